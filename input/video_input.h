@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: BSD-2-Clause
+// The input of a stream: the loaded picture unit, its start-code walk, and the refills that load the next one.
+#pragma once
+
+#include <cstdint>
+
+#include "input/bit_reader.h"
+#include "tvk.h"
+
+namespace tvk {
+
+// Zero bytes that stand behind the last coded byte of the words in use. No element of the syntax consumes more than
+// this many zero bits before it fails or ends, so readers test their position between elements only.
+inline constexpr uint32_t kUnitPadding = 1024;
+inline constexpr uint32_t kFirstUnitCapacity = 0x100000;
+inline constexpr uint32_t kLargestUnitCapacity = 0x400000;
+
+// Results of NextStartCode and the refills beside start codes and byte counts.
+inline constexpr int32_t kInputNeedData = tvkErrNeedData;
+inline constexpr int32_t kInputEnded = -1;  // the source ended or failed: the loops go to their end-of-stream branch
+
+struct VideoInput {
+    BitReader reader;  // words of the loaded unit in swapped form, for header parsing; workers take copies
+    PictureUnit *unit;
+    uint32_t byteCount;   // coded bytes of the loaded unit
+    uint32_t swapped;     // 1 when the words that `reader` stands on are in swapped form
+    uint32_t decoderId;   // always 0, as the source was promised at creation
+    int32_t ownBuffer;    // the source owns unit->buffer; the library then decodes from its own padded copy
+    uint8_t *ownedBytes;  // the library's block: unit->buffer itself, or with ownBuffer the padded copy
+    uint32_t ownedCapacity;
+    VideoSource *source;
+    VideoStream *stream;  // whose clock and stamps a refill feeds; an index scan turns it to its private copy
+};
+
+// Null when out of memory.
+VideoInput *createVideoInput(VideoStream *stream, int32_t ownBuffer);
+void destroyVideoInput(VideoInput *input);
+// After a seek: nothing is loaded, the next start code comes from a refill.
+void resetVideoInput(VideoInput *input);
+
+// Each returns the byte count, kInputEnded, or (RefillUnit alone) kInputNeedData with nothing changed.
+int32_t RefillUnit(VideoInput *input);
+int32_t RefillUnitRaw(VideoInput *input);
+int32_t RefillUnitNoJump(VideoInput *input);
+
+// The next code of the table with the reader just behind it; refills when the table is used up.
+// kInputNeedData and kInputEnded are negative, start codes are not.
+int32_t NextStartCode(VideoInput *input);
+int32_t NextStartCodeRaw(VideoInput *input);
+
+// Puts the loaded unit's bytes in the form a path needs, if they are in the other.
+void takeOverSwapped(VideoInput *input);
+void takeOverRaw(VideoInput *input);
+// tvkSwapBuffer: turns the bytes up to the last start code, and the mark.
+void swapLoadedUnit(VideoInput *input);
+
+// Raw forms, for coded bytes. `room` bounds what is written; a result above `room` tells how much is needed, with
+// nothing written and nothing moved. kInputEnded as above.
+int32_t CopyElement(VideoInput *input, uint8_t *destination, uint32_t room);
+int32_t CopyHeadOfUnit(VideoInput *input, uint8_t *destination, uint32_t room);
+int32_t WritePictureCode(uint8_t *destination);
+
+}  // namespace tvk

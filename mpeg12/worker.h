@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: BSD-2-Clause
+// The context of one thread that decodes slices, and the calls that make, run and stop a stream's set of them.
+#pragma once
+
+#include <cstdint>
+
+#include "core/stream.h"
+#include "core/threads.h"
+#include "input/bit_reader.h"
+#include "mpeg12/bit_window.h"
+#include "tvk.h"
+
+namespace tvk {
+
+inline constexpr int32_t kBlockValues = 64;
+inline constexpr int32_t kMaxBlocks = 12;
+
+// A motion vector in half samples, as the predictors hold it.
+struct MotionVector {
+    int16_t x, y;
+};
+
+// One plane of a frame as prediction and reconstruction address it.
+struct PlaneView {
+    uint8_t *data;
+    int32_t size;    // bytes at data: the bound of every source address
+    int32_t stride;  // bytes
+};
+
+struct SliceCounters {
+    uint32_t slices, macroblocks, codedBlockPatterns, coefficientCalls;
+};
+
+// Nothing here survives a picture but the event record, the back pointer, the thread and the position.
+struct alignas(64) SliceWorker {
+    alignas(64) int16_t blocks[kMaxBlocks * kBlockValues];  // coefficients, then residuals
+    alignas(64) int16_t reducedResidual[kMaxBlocks * 16];   // residual macroblock at reduce coefficients 2 and 4
+    alignas(64) uint8_t macroblockPixels[768];  // luma 16 rows of 16, from byte 256 interleaved chroma rows of 16
+
+    BitWindow bits;
+    MacroblockRecord macroblock;
+    SliceHeaderRecord sliceHeader;
+    int32_t dcPredictor[3];
+    uint32_t lowBlockMask;  // bit 31 - i: block i may take the low form of the fast transform
+    uint32_t dirtyBlocks;   // bit 31 - i: block i of `blocks` may hold values other than zero
+
+    // Position in units of 8 coded samples (chroma: 8 bytes), rows on a frame-line basis.
+    int32_t blockX, blockY, chromaX, chromaY;
+    uint32_t lumaOffset, chromaOffset;  // byte offsets of the macroblock's first samples; writers read them
+
+    // PMV[r][s]: vector r, s 0 forward and 1 backward.
+    MotionVector PMV[2][2];
+    MotionVector derivedVector[4];  // dual prime
+    uint8_t previousMotionForward, previousMotionBackward;
+    const int16_t *residual;  // `blocks`, the reduced area, or zeros during skipped macroblocks
+    bool residualPresent;     // false lets prediction store without adding
+
+    PlaneView currentLuma, currentChroma, forwardLuma, forwardChroma, backwardLuma, backwardChroma;
+    uint8_t *outputY, *outputU, *outputV;  // application output, worker 0 only
+    uint8_t pictureStructureIndex;         // pictureStructure - 1
+    uint8_t secondFieldFlag;
+
+    BitReader reader;  // copied from the input at each picture
+    CallbackEvent event;
+    CallbackEvent badCodeEvent;  // what event 0x80000001 hands out, made once so that any worker may raise it
+    VideoStream *stream;
+    SliceCounters counters;
+    uint8_t extraInformationSlice[1024];
+
+    uint32_t workerIndex;
+    bool threadStarted;
+    AutoResetEvent startEvent, doneEvent;
+    Thread thread;
+};
+
+// mpeg12/workers.cpp
+
+// Makes stream->threadCount contexts and their threads; false when a context cannot be allocated (nothing is left).
+// A thread that cannot be started leaves its worker without one and sets workerFault.
+bool createWorkers(VideoStream *stream);
+// Stops and joins the threads and frees the contexts.
+void destroyWorkers(VideoStream *stream);
+// Decodes all slices of the loaded unit into currentFrame; see there for when nothing is decoded.
+void decodePicture(VideoStream *stream);
+bool workerFailed(const VideoStream *stream);
+
+// mpeg12/slice.cpp
+
+// Decodes one slice; worker->reader stands on its start code. Never fails: a bad code ends the slice.
+void DecodeSlice(SliceWorker *worker);
+// mpeg12/inter_table.cpp: chooses stream->chosen.interDecoder for the picture, leaving it on I and D pictures.
+void SelectInterDecoder(VideoStream *stream);
+// mpeg12/block_placement.cpp: points the stream at the placement row of its chroma format and picture structure.
+void selectBlockPlacement(VideoStream *stream);
+
+// Stage functions (reduce coefficient 1).
+int32_t DecodeCoefficientsFast(SliceWorker *worker);
+int32_t DecodeCoefficientsPrecise(SliceWorker *worker);
+void IntraFast(SliceWorker *worker);
+void IntraExact(SliceWorker *worker);
+void ResidualFast(SliceWorker *worker);
+void ResidualExact(SliceWorker *worker);
+// Reduce coefficients 2, 4 and 8.
+int32_t DecodeCoefficientsCompact(SliceWorker *worker);
+void IntraHalf(SliceWorker *worker);
+void IntraQuarter(SliceWorker *worker);
+void IntraEighth(SliceWorker *worker);
+void ResidualHalf(SliceWorker *worker);
+void ResidualQuarter(SliceWorker *worker);
+void ResidualEighth(SliceWorker *worker);
+
+}  // namespace tvk
