@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: BSD-2-Clause
+// Allocation, plain and aligned, with one place where tests can make it fail.
+#include "core/memory.h"
+
+#include <cstdlib>
+
+namespace tvk {
+
+std::atomic<AllocationHook> allocationHook{nullptr};
+std::atomic<uint64_t> allocationCount{0};
+
+namespace {
+
+// An aligned block begins at the last multiple of kLargestAlignment within the first kHeadRoom bytes of its plain
+// block, so at least kHeadRoom - kLargestAlignment + 1 bytes lie ahead of it; its origin stands in that room.
+constexpr size_t kHeadRoom = 2048;
+constexpr size_t kOriginDistance = 1024;
+
+struct Origin {
+    void *block;
+    size_t size;
+};
+static_assert(sizeof(Origin) <= kOriginDistance && kOriginDistance <= kHeadRoom - kLargestAlignment);
+
+bool mayAllocate(size_t size) {
+    allocationCount.fetch_add(1, std::memory_order_relaxed);
+    const AllocationHook hook = allocationHook.load(std::memory_order_relaxed);
+    return size != 0 && (!hook || hook(size));
+}
+
+Origin *originOf(const void *block) {
+    return reinterpret_cast<Origin *>(reinterpret_cast<uintptr_t>(block) - kOriginDistance);
+}
+
+}  // namespace
+
+void *allocate(size_t size) {
+    return mayAllocate(size) ? std::malloc(size) : nullptr;
+}
+
+void *allocateZeroed(size_t count, size_t size) {
+    if (size != 0 && count > SIZE_MAX / size) return nullptr;
+    return mayAllocate(count * size) ? std::calloc(count, size) : nullptr;
+}
+
+void *reallocate(void *block, size_t size) {
+    return mayAllocate(size) ? std::realloc(block, size) : nullptr;
+}
+
+void release(void *block) {
+    std::free(block);
+}
+
+void *allocateAligned(size_t size, size_t alignment) {
+    const bool powerOfTwo = alignment != 0 && (alignment & (alignment - 1)) == 0;
+    if (!powerOfTwo || alignment > kLargestAlignment || size == 0 || size > SIZE_MAX - kHeadRoom) return nullptr;
+    void *plain = allocate(size + kHeadRoom);
+    if (!plain) return nullptr;
+    const uintptr_t address = (reinterpret_cast<uintptr_t>(plain) + kHeadRoom) & ~(kLargestAlignment - 1);
+    void *block = reinterpret_cast<void *>(address);
+    *originOf(block) = {plain, size};
+    return block;
+}
+
+void releaseAligned(void *block) {
+    if (block) release(originOf(block)->block);
+}
+
+size_t alignedSize(const void *block) {
+    return block ? originOf(block)->size : 0;
+}
+
+}  // namespace tvk
