@@ -41,8 +41,9 @@ struct alignas(64) SliceWorker {
     MacroblockRecord macroblock;
     SliceHeaderRecord sliceHeader;
     int32_t dcPredictor[3];
-    uint32_t lowBlockMask;  // bit 31 - i: block i may take the low form of the fast transform
-    uint32_t dirtyBlocks;   // bit 31 - i: block i of `blocks` may hold values other than zero
+    uint32_t lowBlockMask;     // bit 31 - i: block i may take the low form of the fast transform
+    uint32_t dcOnlyBlockMask;  // bit 31 - i: block i holds nothing but its value 0
+    uint32_t dirtyBlocks;      // bit 31 - i: block i of `blocks` may hold values other than zero
 
     // Position in units of 8 coded samples (chroma: 8 bytes), rows on a frame-line basis.
     int32_t blockX, blockY, chromaX, chromaY;
