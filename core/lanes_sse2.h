@@ -158,7 +158,7 @@ struct Sse2Lanes {
   private:
     static const __m128i *at(const void *p) { return static_cast<const __m128i *>(p); }
     static __m128i *at(void *p) { return static_cast<__m128i *>(p); }
-    static void storeUpper(void *p, __m128i a) { _mm_storeh_pd(static_cast<double *>(p), _mm_castsi128_pd(a)); }
+    static void storeUpper(void *p, __m128i a) { _mm_storel_epi64(at(p), _mm_unpackhi_epi64(a, a)); }
 };
 
 }  // namespace tvk
