@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace tvk::test {
+namespace tvktest {
 
 struct BitWriter {
     std::vector<uint8_t> bytes;
@@ -49,4 +49,4 @@ struct BitWriter {
     }
 };
 
-}  // namespace tvk::test
+}  // namespace tvktest
