@@ -2,6 +2,7 @@
 // The stream record: the whole state of one decoder instance, one group struct per owner.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "tvk.h"
@@ -139,6 +140,11 @@ struct FramePipeline {
     double lastStampTime;
     uint32_t stampTemporalReference;
     double outputClock;
+
+    // The picture whose start code was met last. A call that ends with tvkErrNeedData leaves them to the next one.
+    uint32_t fetchPending;     // its unit has not come yet: the loop resumes there, and else in its start-code scan
+    double pictureRate;        // rate position of its start code, -1.0 unknown
+    AbsPosition pictureStart;  // position of its start code, while an index is being made
 };
 
 using StepFunction = int32_t (*)(VideoStream *);
@@ -234,3 +240,11 @@ struct VideoStream {
     tvk::VideoIndexTable index;
     tvk::Geometry geometry;
 };
+
+namespace tvk {
+
+inline void setStatus(VideoStream *stream, StreamStatus status) {
+    std::atomic_ref<uint32_t>(stream->status).store(status, std::memory_order_relaxed);
+}
+
+}  // namespace tvk
