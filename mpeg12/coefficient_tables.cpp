@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: BSD-2-Clause
+// Computes the coefficient decoders' lookup sets from the standard's code lists.
+#include "mpeg12/coefficient_tables.h"
+
+#include <cstddef>
+
+#include "mpeg12/vlc_codes.h"
+
+namespace tvk {
+namespace {
+
+// Enters a code of 2 to 17 bits at every index that begins with it.
+constexpr void enter(CoefficientSet &set, uint32_t code, int32_t length, int32_t level, uint8_t step) {
+    const CoefficientCode entry{static_cast<int16_t>(level), step, static_cast<uint8_t>(length)};
+    if (length <= 9) {
+        for (uint32_t i = 0; i < 1u << (9 - length); ++i) set.first[(code << (9 - length)) + i] = entry;
+    } else if (length <= 14) {
+        const uint32_t head = code >> (length - 9);
+        const uint32_t tail = (code << (14 - length)) & 31;
+        for (uint32_t i = 0; i < 1u << (14 - length); ++i) set.second[head + 8 * (tail + i)] = entry;
+    } else {
+        for (uint32_t i = 0; i < 1u << (17 - length); ++i) set.third[(code << (17 - length)) + i] = entry;
+    }
+}
+
+constexpr void enterRunLevel(CoefficientSet &set, const RunLevelCode &c, bool doubled) {
+    const int32_t level = doubled ? 2 * c.level + 1 : c.level;
+    const uint8_t step = static_cast<uint8_t>(c.run + 1);
+    enter(set, c.bits.code * 2u, c.bits.length + 1, level, step);
+    enter(set, c.bits.code * 2u + 1, c.bits.length + 1, -level, step);
+}
+
+template <size_t N>
+constexpr CoefficientSet buildSet(const RunLevelCode (&own)[N], CodeBits endOfBlock, bool doubled) {
+    CoefficientSet set{};
+    const CoefficientCode invalid{0, stepInvalid, kLongestCoefficientCode};
+    for (CoefficientCode &c : set.first) c = invalid;
+    for (CoefficientCode &c : set.second) c = invalid;
+    for (CoefficientCode &c : set.third) c = invalid;
+    enter(set, endOfBlock.code, endOfBlock.length, 0, stepEndOfBlock);
+    enter(set, codes::kCoefficientEscape.code, codes::kCoefficientEscape.length, 0, stepEscape);
+    for (const RunLevelCode &c : own) enterRunLevel(set, c, doubled);
+    for (const RunLevelCode &c : codes::kRunLevelsShared) enterRunLevel(set, c, doubled);
+    return set;
+}
+
+}  // namespace
+
+constexpr CoefficientSet kCoefficientsNonIntra = buildSet(codes::kRunLevelsB14, codes::kEndOfBlockB14, true);
+constexpr CoefficientSet kCoefficientsIntraB14 = buildSet(codes::kRunLevelsB14, codes::kEndOfBlockB14, false);
+constexpr CoefficientSet kCoefficientsIntraB15 = buildSet(codes::kRunLevelsB15, codes::kEndOfBlockB15, false);
+
+}  // namespace tvk

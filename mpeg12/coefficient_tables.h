@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: BSD-2-Clause
+// Coefficient codes in the form that the full-size coefficient decoders look them up: one load gives all there is.
+#pragma once
+
+#include <cstdint>
+
+namespace tvk {
+
+struct CoefficientCode {
+    int16_t level;   // intra: -40..40. Non-intra: 2 * level + sign of level, -81..81. 0 in the special entries.
+    uint8_t step;    // run + 1, 1..32, or a mark of 0x80 and above
+    uint8_t length;  // of the whole code with its sign bit, 2..17
+};
+
+enum CoefficientStep : uint8_t {
+    stepSpecial = 0x80,  // the bit that all marks have in common
+    stepEndOfBlock = 0x80,
+    stepEscape = 0x81,
+    stepInvalid = 0x82
+};
+
+inline constexpr int32_t kLongestCoefficientCode = 17;
+
+// An invalid code takes as many bits as the longest code of its table. No pattern of 9 bits from 8 upward is
+// unassigned, in either table, so `first` holds no invalid entry.
+struct CoefficientSet {
+    alignas(64) CoefficientCode first[512];   // by the next 9 bits, when these are 8 or more
+    alignas(64) CoefficientCode second[256];  // by the next 9 bits, 1 to 7, plus 8 times the 5 bits behind them
+    alignas(64) CoefficientCode third[256];   // the 9 bits being 0: by the 8 bits behind them
+};
+
+extern const CoefficientSet kCoefficientsNonIntra;  // B-14, levels doubled
+extern const CoefficientSet kCoefficientsIntraB14;
+extern const CoefficientSet kCoefficientsIntraB15;
+
+// `next` holds the next 17 bits.
+inline const CoefficientCode &findCoefficient(const CoefficientSet &set, uint32_t next) {
+    const uint32_t head = next >> 8;
+    if (head >= 8) return set.first[head];
+    if (head != 0) return set.second[head + 8 * (next >> 3 & 31)];
+    return set.third[next];
+}
+
+}  // namespace tvk

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: BSD-2-Clause
+// Decoding of one variable-length code from the slice layer's bit window.
+#pragma once
+
+#include <cstdint>
+
+#include "mpeg12/bit_window.h"
+#include "mpeg12/vlc_tables.h"
+
+namespace tvk {
+
+// The code's value, or kInvalidCode, after which the window's position is of no use. `table` is one of those ahead of
+// the coefficient tables; their longest code has 11 bits, which the window must hold.
+inline int32_t DecodeVlc(BitWindow &b, const int16_t *table) {
+    const int32_t width = table[0];
+    int32_t entry = table[1 + peek(b, width)];
+    if ((entry & 15) == 0) {  // a link; sub-tables hold none
+        skip(b, width);
+        const int16_t *level = table + (entry >> 4);
+        entry = level[1 + peek(b, level[0])];
+    }
+    skip(b, entry & 15);
+    return entry >> 4;
+}
+
+// DecodeVlc on the motion_code table, whose first width the compiler may know.
+inline int32_t DecodeMotionCode(BitWindow &b) {
+    constexpr int32_t kWidth = kVlcLayout[vlcMotionCode].width;
+    const int16_t *table = vlcTable(vlcMotionCode);
+    int32_t entry = table[1 + peek(b, kWidth)];
+    if ((entry & 15) == 0) {
+        skip(b, kWidth);
+        const int16_t *level = table + (entry >> 4);
+        entry = level[1 + peek(b, level[0])];
+    }
+    skip(b, entry & 15);
+    return entry >> 4;
+}
+
+}  // namespace tvk
