@@ -67,12 +67,19 @@ struct PortableLanes {
     static I16x8 subSat(I16x8 a, I16x8 b) {
         return map16([&](int i) { return clamp16(a.v[i] - b.v[i]); });
     }
+    // a - b, not below 0
+    static U8x16 subSat(U8x16 a, U8x16 b) {
+        return map8([&](int i) { return a.v[i] > b.v[i] ? a.v[i] - b.v[i] : 0; });
+    }
     // a + b, a - b, modulo the lane
     static I16x8 addWrap(I16x8 a, I16x8 b) {
         return map16([&](int i) { return a.v[i] + b.v[i]; });
     }
     static I16x8 subWrap(I16x8 a, I16x8 b) {
         return map16([&](int i) { return a.v[i] - b.v[i]; });
+    }
+    static U8x16 subWrap(U8x16 a, U8x16 b) {
+        return map8([&](int i) { return a.v[i] - b.v[i]; });
     }
     static I32x4 addWrap(I32x4 a, I32x4 b) {
         return map32([&](int i) { return bits(a.v[i]) + bits(b.v[i]); });
@@ -197,6 +204,16 @@ struct PortableLanes {
     template <int n>
     static I16x8 splatUnit32(I16x8 a) {
         return map16([&](int i) { return a.v[2 * n + (i & 1)]; });
+    }
+    // The same bits as lanes of another width, the lower lane in the lower bits
+    static I16x8 asI16(U8x16 a) {
+        return map16([&](int i) { return a.v[2 * i] | a.v[2 * i + 1] << 8; });
+    }
+    static U8x16 asU8(I16x8 a) {
+        return map8([&](int i) { return a.v[i >> 1] >> (8 * (i & 1)); });
+    }
+    static I32x4 asI32(I16x8 a) {
+        return map32([&](int i) { return static_cast<uint16_t>(a.v[2 * i]) | bits(a.v[2 * i + 1]) << 16; });
     }
     // Bytes 2i of a, then of b; bytes 2i + 1 of a, then of b
     static U8x16 evenBytes(U8x16 a, U8x16 b) {

@@ -60,8 +60,10 @@ struct Sse2Lanes {
 
     static I16x8 addSat(I16x8 a, I16x8 b) { return {_mm_adds_epi16(a.v, b.v)}; }
     static I16x8 subSat(I16x8 a, I16x8 b) { return {_mm_subs_epi16(a.v, b.v)}; }
+    static U8x16 subSat(U8x16 a, U8x16 b) { return {_mm_subs_epu8(a.v, b.v)}; }
     static I16x8 addWrap(I16x8 a, I16x8 b) { return {_mm_add_epi16(a.v, b.v)}; }
     static I16x8 subWrap(I16x8 a, I16x8 b) { return {_mm_sub_epi16(a.v, b.v)}; }
+    static U8x16 subWrap(U8x16 a, U8x16 b) { return {_mm_sub_epi8(a.v, b.v)}; }
     static I32x4 addWrap(I32x4 a, I32x4 b) { return {_mm_add_epi32(a.v, b.v)}; }
     static I32x4 subWrap(I32x4 a, I32x4 b) { return {_mm_sub_epi32(a.v, b.v)}; }
     static I16x8 mulHi(I16x8 a, I16x8 b) { return {_mm_mulhi_epi16(a.v, b.v)}; }
@@ -139,6 +141,9 @@ struct Sse2Lanes {
     static I16x8 splatUnit32(I16x8 a) {
         return {_mm_shuffle_epi32(a.v, _MM_SHUFFLE(n, n, n, n))};
     }
+    static I16x8 asI16(U8x16 a) { return {a.v}; }
+    static U8x16 asU8(I16x8 a) { return {a.v}; }
+    static I32x4 asI32(I16x8 a) { return {a.v}; }
     static U8x16 evenBytes(U8x16 a, U8x16 b) {
         const __m128i mask = _mm_set1_epi16(255);
         return {_mm_packus_epi16(_mm_and_si128(a.v, mask), _mm_and_si128(b.v, mask))};
