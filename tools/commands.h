@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: BSD-2-Clause
+// The subcommands: each registers its options and what runs when it is chosen.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace tvk::tool {
+
+void addInfoCommand(CLI::App &app);
+void addDecodeCommand(CLI::App &app);
+
+}  // namespace tvk::tool

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: BSD-2-Clause
+// tvk info: what a file holds.
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "commands.h"
+#include "facts.h"
+#include "open.h"
+#include "tool_error.h"
+
+namespace tvk::tool {
+
+namespace {
+
+// Enough for a whole cadence of repeated fields and a group of pictures or two.
+constexpr int kFramesToLookAt = 24;
+
+struct InfoOptions {
+    std::string path;
+    bool json = false;
+    bool count = false;
+};
+
+struct Summary {
+    StreamFacts facts;
+    VideoStreamInfo info;
+    Ratio rate, aspect;
+    double seconds;
+};
+
+// Rates that say nothing: none at all, and the code of all ones that MPEG-1 keeps for variable rates.
+bool bitRateTells(const Summary &summary) {
+    return summary.info.bitRate != 0 && (summary.facts.hasExtension || summary.info.bitRate != 0x3FFFF * 400u);
+}
+
+Summary summarise(const InfoOptions &options) {
+    OpenedStream opened(options.path);
+    Summary summary{};
+    if (!nextFrameWithFacts(opened, summary.facts)) {
+        throw ToolError(exitNoVideo, options.path + ": holds no picture that could be decoded");
+    }
+    for (int i = 1; i < kFramesToLookAt && nextFrameWithFacts(opened, summary.facts); ++i) {
+    }
+    if (options.count) {
+        const int32_t result = tvkCreateVideoIndexTable(opened.stream);
+        if (result != 0) throw ToolError(exitFailed, options.path + ": counting failed: " + describeError(result));
+    }
+    tvkGetVideoStreamInfo(opened.stream, &summary.info);
+    summary.rate = frameRate(summary.facts);
+    summary.aspect = sampleAspect(summary.facts, summary.info.width, summary.info.height);
+    if (!options.count && !bitRateTells(summary)) summary.info.frameCount = 0;
+    summary.seconds = summary.info.frameCount * static_cast<double>(summary.rate.denominator) / summary.rate.numerator;
+    return summary;
+}
+
+std::string clock(double seconds) {
+    const auto whole = static_cast<unsigned long long>(seconds);
+    char text[48];
+    std::snprintf(text, sizeof text, "%llu:%02llu:%06.3f", whole / 3600, whole / 60 % 60,
+                  seconds - static_cast<double>(whole / 60 * 60));
+    return text;
+}
+
+void printText(const InfoOptions &options, const Summary &summary) {
+    const VideoStreamInfo &info = summary.info;
+    const double fps = static_cast<double>(summary.rate.numerator) / summary.rate.denominator;
+    const std::string profile = describeProfile(summary.facts);
+    std::printf("File         %s\n", options.path.c_str());
+    std::printf("Video        MPEG-%u%s%s\n", info.streamType, profile.empty() ? "" : ", ", profile.c_str());
+    std::printf("Size         %u x %u, %s\n", info.width, info.height,
+                chromaName(static_cast<int32_t>(info.chromaFormat)));
+    std::printf("Sample shape %u:%u\n", summary.aspect.numerator, summary.aspect.denominator);
+    std::printf("Frame rate   %.3f (%u/%u)\n", fps, summary.rate.numerator, summary.rate.denominator);
+    std::printf("Scan         %s\n", describeScan(summary.facts).c_str());
+    if (bitRateTells(summary)) {
+        std::printf("Bit rate     %.3f Mbit/s at most\n", info.bitRate / 1e6);
+    } else {
+        std::printf("Bit rate     not stated\n");
+    }
+    if (info.frameCount == 0) {
+        std::printf("Duration     unknown; --count reads the whole file to tell\n");
+    } else {
+        std::printf("Duration     %s%s (%u frames)\n", options.count ? "" : "about ", clock(summary.seconds).c_str(),
+                    info.frameCount);
+    }
+}
+
+void printJson(const InfoOptions &options, const Summary &summary) {
+    const VideoStreamInfo &info = summary.info;
+    nlohmann::ordered_json out;
+    out["file"] = options.path;
+    out["mpegVersion"] = info.streamType;
+    out["profile"] = describeProfile(summary.facts);
+    out["width"] = info.width;
+    out["height"] = info.height;
+    out["chromaFormat"] = chromaName(static_cast<int32_t>(info.chromaFormat));
+    out["sampleAspect"] = {summary.aspect.numerator, summary.aspect.denominator};
+    out["frameRate"] = {summary.rate.numerator, summary.rate.denominator};
+    out["scan"] = describeScan(summary.facts);
+    out["bitRate"] = bitRateTells(summary) ? nlohmann::ordered_json(info.bitRate) : nullptr;
+    out["frames"] = info.frameCount ? nlohmann::ordered_json(info.frameCount) : nullptr;
+    out["seconds"] = info.frameCount ? nlohmann::ordered_json(summary.seconds) : nullptr;
+    out["counted"] = options.count;
+    // A file name need not be UTF-8; JSON text has to be.
+    std::printf("%s\n", out.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
+}
+
+}  // namespace
+
+void addInfoCommand(CLI::App &app) {
+    auto options = std::make_shared<InfoOptions>();
+    CLI::App *command = app.add_subcommand("info", "Show what a file holds: size, rates, scan, duration");
+    command->add_option("FILE", options->path, "MPEG-1 or MPEG-2 video elementary stream")->required();
+    command->add_flag("--json", options->json, "Print JSON in place of text");
+    command->add_flag("--count", options->count, "Read the whole file and count its frames, rather than estimate");
+    command->callback([options] {
+        const Summary summary = summarise(*options);
+        options->json ? printJson(*options, summary) : printText(*options, summary);
+    });
+}
+
+}  // namespace tvk::tool
