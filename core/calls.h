@@ -6,6 +6,8 @@
 #include <cstdint>
 
 #include "core/stream.h"
+#include "output/convert.h"  // convertFrame, convertFramePlanes
+#include "output/save.h"     // saveFrame
 #include "tvk.h"
 
 namespace tvk {
@@ -110,12 +112,5 @@ int32_t setMemoryAvailable(VideoStream *stream, int32_t slot);
 
 // core/reconfigure.cpp: turns the settings into chosen functions. The only writer of the step and stage pointers.
 int32_t reconfigure(VideoStream *stream);
-
-// output
-int32_t convertFrame(const VideoFrame *frame, int32_t target, uint8_t *buffer, int32_t stride, int32_t rows,
-                     int32_t channels);
-int32_t convertFramePlanes(const VideoFrame *frame, int32_t target, uint8_t *first, uint8_t *second, uint8_t *third,
-                           int32_t stride, int32_t channels);
-int32_t saveFrame(const VideoFrame *frame, const char *name, uint32_t format);
 
 }  // namespace tvk
