@@ -27,6 +27,9 @@ enum EventCode : uint32_t {
     eventBadCode = 0x80000001
 };
 
+// An invalid code in a slice, on whichever thread meets it: the record of worker 0 that holds this event alone.
+void raiseBadCode(VideoStream *stream);
+
 // The event record of worker 0, in which sequence, group and picture events go out.
 CallbackEvent *streamEvent(VideoStream *stream);
 

@@ -15,6 +15,7 @@ namespace tvk {
 // core/life_cycle.cpp
 int32_t createStream(VideoStream **out, VideoSource *source);
 int32_t destroyStream(VideoStream *stream);
+int32_t getLibraryVersion(const VersionRecord **out);
 
 // core/source_calls.cpp
 int32_t connectSource(VideoStream *stream);
@@ -24,6 +25,11 @@ int32_t setActiveLayer(VideoStream *stream, int32_t layer);
 int32_t getActiveLayer(VideoStream *stream, int32_t *out);
 int32_t getAbsPosition(VideoStream *stream, AbsPosition *out);
 int32_t getRatePosition(VideoStream *stream, double *out);
+
+// core/facts.cpp
+int32_t getDecoderId(VideoStream *stream, uint32_t *out);
+int32_t getStreamType(VideoStream *stream, uint32_t *out);
+int32_t getDeliveredFrame(VideoStream *stream, VideoFrame **out);
 
 // syntax/stream_info.cpp
 int32_t getStreamInfo(VideoStream *stream, VideoStreamInfo *out);
@@ -89,6 +95,7 @@ int32_t getReduceCoefficient(VideoStream *stream, uint32_t *out);
 int32_t setFrameTypesToProcess(VideoStream *stream, int32_t value);
 int32_t getFrameTypesToProcess(VideoStream *stream, uint32_t *out);
 int32_t setThreads(VideoStream *stream, int32_t count);
+int32_t getThreads(VideoStream *stream, uint32_t *out);
 int32_t setFrameList(VideoStream *stream, int32_t *list, int32_t count);
 int32_t getFrameList(VideoStream *stream, int32_t **list, int32_t *count);
 int32_t setPrescan(VideoStream *stream, int32_t value);

@@ -9,6 +9,8 @@
 namespace tvk {
 
 inline constexpr int32_t kNoSlot = -1;
+inline constexpr int32_t kFewestSlots = 4;
+inline constexpr int32_t kMostSlots = 256;
 
 // All slots free; the size is taken from the setting.
 void resetSlots(Callbacks &callbacks);

@@ -46,7 +46,7 @@ bool totalSize(VideoStream *stream, TotalSize *out);
 
 // Frames of the whole stream by size and bit rate, 0 when unknown. The first form takes the bit rate that fits the
 // container, the second the sequence header's.
-int32_t estimateFramesOfContainer(VideoStream *stream);
-int32_t estimateFramesOfSequence(VideoStream *stream);
+uint32_t estimateFramesOfContainer(VideoStream *stream);
+uint32_t estimateFramesOfSequence(VideoStream *stream);
 
 }  // namespace tvk

@@ -28,6 +28,9 @@ struct Thread {
 bool startThread(Thread &thread, void *(*body)(void *), void *argument);
 void joinThread(Thread &thread);
 
+// For tests: asked before every start, says whether the system has a thread to give. Null asks the system alone.
+extern std::atomic<bool (*)()> threadStartHook;
+
 // Processor pause inside a spin.
 void spinPause();
 

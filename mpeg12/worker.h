@@ -53,8 +53,8 @@ struct alignas(64) SliceWorker {
     MotionVector PMV[2][2];
     MotionVector derivedVector[4];  // dual prime
     uint8_t previousMotionForward, previousMotionBackward;
-    const int16_t *residual;  // `blocks`, the reduced area, or zeros during skipped macroblocks
-    bool residualPresent;     // false lets prediction store without adding
+    const int16_t *residual;            // `blocks`, the reduced area, or zeros during skipped macroblocks
+    bool lumaResidual, chromaResidual;  // false lets prediction store without adding
 
     PlaneView currentLuma, currentChroma, forwardLuma, forwardChroma, backwardLuma, backwardChroma;
     uint8_t *outputY, *outputU, *outputV;  // application output, worker 0 only
@@ -76,14 +76,35 @@ struct alignas(64) SliceWorker {
 
 // mpeg12/workers.cpp
 
-// Makes stream->threadCount contexts and their threads; false when a context cannot be allocated (nothing is left).
+// Slices are dealt out by index modulo threadCount, and no unit has more than this many: contexts beyond it would
+// never see one and are not made.
+inline constexpr uint32_t kMostWorkers = 4096;
+
+// The number of contexts behind stream->workers.workers.
+inline uint32_t workerCount(const VideoStream *stream) {
+    return stream->threadCount < kMostWorkers ? stream->threadCount : kMostWorkers;
+}
+
+// Gives the stream `count` contexts and their threads in place of those it has, and stores threadCount; also clears
+// workerFault. False when a context cannot be allocated: all stays as it was.
 // A thread that cannot be started leaves its worker without one and sets workerFault.
-bool createWorkers(VideoStream *stream);
+bool replaceWorkers(VideoStream *stream, uint32_t count);
 // Stops and joins the threads and frees the contexts.
 void destroyWorkers(VideoStream *stream);
+// The stream's user value and the worker's blocks into its event records.
+void initWorkerEvents(SliceWorker *worker);
 // Decodes all slices of the loaded unit into currentFrame; see there for when nothing is decoded.
 void decodePicture(VideoStream *stream);
 bool workerFailed(const VideoStream *stream);
+
+// mpeg12/motion_vectors.cpp
+
+// Updates PMV for the directions whose motion flag is set.
+void ReconstructMotionVectors(SliceWorker *worker);
+inline void ClearMotionPredictors(SliceWorker *worker) {
+    for (auto &vector : worker->PMV)
+        for (MotionVector &direction : vector) direction = {0, 0};
+}
 
 // mpeg12/slice.cpp
 
