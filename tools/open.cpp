@@ -37,7 +37,7 @@ const char *libraryErrorText(int32_t code) {
 
 std::string describeError(int32_t code) {
     if (const char *text = libraryErrorText(code)) return text;
-    if (const char *text = tvkSourceErrorText(code)) return text;
+    if (code <= tvkSourceErrNotFound) return tvkSourceErrorText(code);
     return "error " + std::to_string(code);
 }
 
