@@ -207,6 +207,7 @@ struct VideoIndexTable {
     AbsPosition *sequencePositions, *matrixPositions, *picturePositions, *groupPositions;
     int32_t *frameTypes, *displayMap, *rootFrames;
     uint32_t frameCapacity, framesScanned, pendingAnchor, displayCount, previousIFrame, latestIFrame;
+    struct EditScan *editScan;  // what the edit scan has read so far, for the call that goes on with it
 };
 
 struct Geometry {
