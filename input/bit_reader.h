@@ -68,6 +68,12 @@ inline void SetBytePosition(BitReader &r, uint32_t offset) {
     r.bitPosition = 31 - 8 * static_cast<int32_t>(offset % 4);
 }
 
+// Offset of the four bytes just read, such as a start code.
+inline uint32_t lastCodeOffset(const BitReader &r) {
+    const uint32_t position = BytePosition(r);
+    return position < 4 ? 0 : position - 4;
+}
+
 // True while the next bit lies within the coded bytes.
 inline bool insideUnit(const BitReader &r) {
     return BytePosition(r) < r.byteCount;
