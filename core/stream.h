@@ -2,7 +2,6 @@
 // The stream record: the whole state of one decoder instance, one group struct per owner.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 
 #include "tvk.h"
@@ -241,11 +240,3 @@ struct VideoStream {
     tvk::VideoIndexTable index;
     tvk::Geometry geometry;
 };
-
-namespace tvk {
-
-inline void setStatus(VideoStream *stream, StreamStatus status) {
-    std::atomic_ref<uint32_t>(stream->status).store(status, std::memory_order_relaxed);
-}
-
-}  // namespace tvk
