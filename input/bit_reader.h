@@ -57,6 +57,11 @@ inline uint32_t getField(BitReader &r, int32_t n) {
     return GetBits(r, n) & ((1u << n) - 1);
 }
 
+// n up to 8.
+inline uint8_t getByte(BitReader &r, int32_t n) {
+    return static_cast<uint8_t>(getField(r, n));
+}
+
 // Offset in the unit of the byte that holds the next bit.
 inline uint32_t BytePosition(const BitReader &r) {
     return static_cast<uint32_t>((31 - r.bitPosition) / 8) + 4 * static_cast<uint32_t>(r.wordPointer - r.bufferStart);
