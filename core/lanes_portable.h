@@ -35,6 +35,7 @@ struct PortableLanes {
     static U8x16 loadQuarter(const uint8_t *p) { return loadBytes<U8x16>(p, 4); }
     static void storeA(int16_t *p, I16x8 a) { std::memcpy(p, a.v, 16); }
     static void storeA(uint8_t *p, U8x16 a) { std::memcpy(p, a.v, 16); }
+    static void storeA(int32_t *p, I32x4 a) { std::memcpy(p, a.v, 16); }
     static void storeU(int16_t *p, I16x8 a) { std::memcpy(p, a.v, 16); }
     static void storeU(uint8_t *p, U8x16 a) { std::memcpy(p, a.v, 16); }
     static void storeHalf(int16_t *p, I16x8 a) { std::memcpy(p, a.v, 8); }
@@ -214,6 +215,10 @@ struct PortableLanes {
     }
     static I32x4 asI32(I16x8 a) {
         return map32([&](int i) { return static_cast<uint16_t>(a.v[2 * i]) | bits(a.v[2 * i + 1]) << 16; });
+    }
+    // Lanes 3, 2, 1, 0
+    static I32x4 reverse32(I32x4 a) {
+        return map32([&](int i) { return bits(a.v[3 - i]); });
     }
     // Bytes 2i of a, then of b; bytes 2i + 1 of a, then of b
     static U8x16 evenBytes(U8x16 a, U8x16 b) {

@@ -38,6 +38,7 @@ struct Sse2Lanes {
     }
     static void storeA(int16_t *p, I16x8 a) { _mm_store_si128(at(p), a.v); }
     static void storeA(uint8_t *p, U8x16 a) { _mm_store_si128(at(p), a.v); }
+    static void storeA(int32_t *p, I32x4 a) { _mm_store_si128(at(p), a.v); }
     static void storeU(int16_t *p, I16x8 a) { _mm_storeu_si128(at(p), a.v); }
     static void storeU(uint8_t *p, U8x16 a) { _mm_storeu_si128(at(p), a.v); }
     static void storeHalf(int16_t *p, I16x8 a) { _mm_storel_epi64(at(p), a.v); }
@@ -144,6 +145,7 @@ struct Sse2Lanes {
     static I16x8 asI16(U8x16 a) { return {a.v}; }
     static U8x16 asU8(I16x8 a) { return {a.v}; }
     static I32x4 asI32(I16x8 a) { return {a.v}; }
+    static I32x4 reverse32(I32x4 a) { return {_mm_shuffle_epi32(a.v, _MM_SHUFFLE(0, 1, 2, 3))}; }
     static U8x16 evenBytes(U8x16 a, U8x16 b) {
         const __m128i mask = _mm_set1_epi16(255);
         return {_mm_packus_epi16(_mm_and_si128(a.v, mask), _mm_and_si128(b.v, mask))};

@@ -118,6 +118,8 @@ void selectBlockPlacement(VideoStream *stream);
 // Stage functions (reduce coefficient 1).
 int32_t DecodeCoefficientsFast(SliceWorker *worker);
 int32_t DecodeCoefficientsPrecise(SliceWorker *worker);
+// An intra macroblock into macroblockPixels in place of the frame, at either precision.
+void LocalIntraTransform(SliceWorker *worker);
 void IntraFast(SliceWorker *worker);
 void IntraExact(SliceWorker *worker);
 void ResidualFast(SliceWorker *worker);

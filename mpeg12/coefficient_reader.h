@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: BSD-2-Clause
+// What the coefficient decoders share: clearing, DC differentials, the run-level loop with its escapes.
+#pragma once
+
+#include <bit>
+#include <cstring>
+
+#include "mpeg12/coefficient_tables.h"
+#include "mpeg12/vlc.h"
+#include "mpeg12/worker.h"
+
+namespace tvk {
+
+inline constexpr uint32_t kFirstBlockBit = 0x80000000;
+
+// Result of the run-level loop in place of a position.
+inline constexpr int32_t kBadCoefficient = -2;
+
+// quantiser_scale by qScaleType and quantiserScaleCode: twice the code, or ISO/IEC 13818-2 table 7-6. An MPEG-1 scale
+// thus comes out doubled, as everything behind it expects.
+inline constexpr uint8_t kQuantiserScale[2][32] = {
+    {0,  2,  4,  6,  8,  10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30,
+     32, 34, 36, 38, 40, 42, 44, 46, 48, 50, 52, 54, 56, 58, 60, 62},
+    {0,  1,  2,  3,  4,  5,  6,  7,  8,  10, 12, 14, 16, 18, 20,  22,
+     24, 28, 32, 36, 40, 44, 48, 52, 56, 64, 72, 80, 88, 96, 104, 112},
+};
+
+inline int32_t quantiserScale(const SliceWorker *w) {
+    return kQuantiserScale[w->stream->headers.pictureCoding.qScaleType & 1][w->macroblock.quantiserScaleCode & 31];
+}
+
+inline int32_t blockCount(const SliceWorker *w) {
+    const uint32_t count = w->stream->headers.blocksPerMacroblock;
+    return static_cast<int32_t>(count < kMaxBlocks ? count : kMaxBlocks);
+}
+
+// Zeroes what the last macroblock left.
+inline void clearBlocks(SliceWorker *w) {
+    for (uint32_t dirty = w->dirtyBlocks; dirty != 0;) {
+        const int32_t block = std::countl_zero(dirty);
+        dirty &= ~(kFirstBlockBit >> block);
+        std::memset(w->blocks + block * kBlockValues, 0, kBlockValues * sizeof(int16_t));
+    }
+    w->dirtyBlocks = 0;
+}
+
+// The predictor of block i of an intra macroblock after its differential. The DC size tables have one level and no
+// unassigned pattern. Sums wrap: only a stream without end could bring one near.
+inline int32_t readDc(SliceWorker *w, BitWindow &b, int32_t i) {
+    refill(b);
+    const bool luma = i < 4;
+    const int16_t *table = vlcTable(luma ? vlcDcSizeLuminance : vlcDcSizeChrominance);
+    const int32_t entry =
+        table[1 + peek(b, luma ? kVlcLayout[vlcDcSizeLuminance].width : kVlcLayout[vlcDcSizeChrominance].width)];
+    skip(b, entry & 15);
+    const int32_t size = entry >> 4;
+    int32_t &predictor = w->dcPredictor[luma ? 0 : 1 + (i & 1)];
+    if (size != 0) {
+        const uint32_t mask = (1u << size) - 1;
+        const uint32_t v = take(b, size);
+        predictor = static_cast<int32_t>(static_cast<uint32_t>(predictor) + v - (2 * v <= mask ? mask : 0));
+    }
+    return predictor;
+}
+
+struct RunLevel {
+    int32_t level;
+    int32_t step;  // run + 1
+};
+
+// Behind the escape code: run and level as they stand. MPEG-1 levels have one byte or, where that byte's low seven bits
+// are 0, two (ISO/IEC 11172-2, 2.4.3.7).
+inline RunLevel readEscape(BitWindow &b, bool mpeg1) {
+    if (!mpeg1) {
+        const uint32_t bits = take(b, 18);
+        return {static_cast<int32_t>(bits << 20) >> 20, static_cast<int32_t>(bits >> 12) + 1};
+    }
+    const uint32_t bits = take(b, 14);
+    int32_t level = static_cast<int8_t>(bits & 0xFF);
+    if ((bits & 0x7F) == 0) level = static_cast<int32_t>(take(b, 8)) + 2 * level;
+    return {level, static_cast<int32_t>(bits >> 8) + 1};
+}
+
+// Run-level codes up to the end of block. `quantise(level, storage position)` makes the value that is stored;
+// `position` counts scan positions and is taken modulo 64: a run past the end wraps to the scan's beginning. Under
+// `interleaved` the block's rows lie 16 values apart. Non-intra levels are doubled with the sign added.
+// Returns the last position as counted, or kBadCoefficient behind an invalid code.
+template <bool intra, class Quantise>
+inline int32_t readRunLevels(BitWindow &b, const CoefficientSet &set, const uint8_t *scan, bool mpeg1, int16_t *block,
+                             uint32_t rowMask, int32_t position, const Quantise &quantise) {
+    for (;;) {
+        refill(b);
+        const CoefficientCode code = findCoefficient(set, peek(b, kLongestCoefficientCode));
+        skip(b, code.length);
+        RunLevel pair = {code.level, code.step};
+        if (code.step & stepSpecial) [[unlikely]] {
+            if (code.step == stepEndOfBlock) return position;
+            if (code.step == stepInvalid) return kBadCoefficient;
+            refill(b);
+            pair = readEscape(b, mpeg1);
+            if (!intra) pair.level = 2 * pair.level + (pair.level > 0 ? 1 : -1);
+        }
+        position += pair.step;
+        const uint32_t s = scan[position & 63];
+        block[s + (s & rowMask)] = quantise(pair.level, s);
+    }
+}
+
+// What a finished block tells the transforms. `limit` is the last scan position that the low form covers.
+inline void noteBlock(SliceWorker *w, int32_t i, int32_t position, int32_t limit) {
+    const uint32_t bit = kFirstBlockBit >> i;
+    if (position <= 0) w->dcOnlyBlockMask |= bit;
+    if (position < 0 || (position & 63) <= limit) w->lowBlockMask |= bit;
+}
+
+// A form of dequantisation gives:
+//     kLowLimit
+//     Intra(w), Intra::dc(predictor), Intra::block(i) -> quantise
+//     NonIntra(w), NonIntra::block(i) -> quantise with .first(negative)
+template <class Form>
+int32_t decodeIntraBlocks(SliceWorker *w) {
+    const VideoStream *stream = w->stream;
+    const Headers &h = stream->headers;
+    const typename Form::Intra form(w);
+    const CoefficientSet &set = h.pictureCoding.intraVlcFormat ? kCoefficientsIntraB15 : kCoefficientsIntraB14;
+    const uint8_t *scan = h.scanTable[h.pictureCoding.alternateScan & 1];
+    const bool mpeg1 = stream->streamType == 1;
+    const int32_t blocks = blockCount(w);
+    clearBlocks(w);
+    w->dirtyBlocks = ~(0xFFFFFFFFu >> blocks);
+    w->lowBlockMask = w->dcOnlyBlockMask = 0;
+    BitWindow b = w->bits;
+    int32_t result = 0;
+    for (int32_t i = 0; i < blocks; ++i) {
+        int16_t *block = w->blocks + i * kBlockValues;
+        block[0] = form.dc(readDc(w, b, i));
+        const int32_t position = readRunLevels<true>(b, set, scan, mpeg1, block, 0, 0, form.block(i));
+        if (position == kBadCoefficient) {
+            result = -1;
+            break;
+        }
+        noteBlock(w, i, position, Form::kLowLimit);
+    }
+    w->bits = b;
+    return result;
+}
+
+// Blocks go where prediction finds their residual, see block_placement.cpp.
+template <class Form>
+int32_t decodeNonIntraBlocks(SliceWorker *w) {
+    clearBlocks(w);
+    w->lowBlockMask = w->dcOnlyBlockMask = 0;
+    const VideoStream *stream = w->stream;
+    const Headers &h = stream->headers;
+    const int32_t blocks = blockCount(w);
+    uint32_t coded = w->macroblock.codedBlockMask & ~(0xFFFFFFFFu >> blocks);
+    if (coded == 0) return 0;
+
+    const typename Form::NonIntra form(w);
+    const uint8_t *scan = h.scanTable[h.pictureCoding.alternateScan & 1];
+    const bool mpeg1 = stream->streamType == 1;
+    const bool fieldDct = h.pictureCoding.pictureStructure == structureFrame && w->macroblock.dctType == 1;
+    const uint8_t *placement = stream->geometry.blockPlacement[fieldDct];
+    BitWindow b = w->bits;
+    int32_t result = 0;
+    while (coded != 0) {
+        const int32_t i = std::countl_zero(coded);
+        coded &= ~(kFirstBlockBit >> i);
+        const bool interleaved = fieldDct && (i < 4 || blocks != 6);
+        int16_t *block = w->blocks + 4 * placement[i];
+        w->dirtyBlocks |= (interleaved ? 3 * (kFirstBlockBit >> 1) : kFirstBlockBit) >> (placement[i] >> 4);
+        const auto quantise = form.block(i);
+        refill(b);
+        int32_t position = -1;
+        // The first coefficient's code of one bit and a sign, which stands in no table: run 0, level 1 or -1.
+        if (peek(b, 1)) {
+            block[0] = quantise.first((peek(b, 2) & 1) != 0);
+            skip(b, 2);
+            position = 0;
+        }
+        position = readRunLevels<false>(b, kCoefficientsNonIntra, scan, mpeg1, block, interleaved ? ~7u : 0, position,
+                                        quantise);
+        if (position == kBadCoefficient) {
+            result = -1;
+            break;
+        }
+        noteBlock(w, i, position, Form::kLowLimit);
+    }
+    w->bits = b;
+    return result;
+}
+
+}  // namespace tvk

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: BSD-2-Clause
+// The macroblock layer's syntax ahead of the coefficients.
+#pragma once
+
+#include "mpeg12/worker.h"
+
+namespace tvk {
+
+// Y, Cb and Cr back to the middle of their range.
+inline void resetDcPredictors(SliceWorker *worker) {
+    const int32_t middle = 1 << (worker->stream->headers.pictureCoding.intraDcPrecision + 7);
+    for (int32_t &predictor : worker->dcPredictor) predictor = middle;
+}
+
+// Reads everything from the address increment to the coded block pattern into worker->macroblock; false on an invalid
+// code, after which the slice is over.
+bool readMacroblockHeader(SliceWorker *worker);
+
+}  // namespace tvk

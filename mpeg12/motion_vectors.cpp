@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: BSD-2-Clause
+// From motion codes to the predictors PMV, which are also the vectors in use (ISO/IEC 13818-2, 7.6.3).
+#include "mpeg12/worker.h"
+
+namespace tvk {
+
+namespace {
+
+// f_code less 1 as the headers store it; what a header leaves impossible is brought into 0..15.
+int32_t sizeOf(const Headers &h, int32_t s, int32_t t) {
+    return static_cast<int32_t>(h.pictureCoding.fCode[2 * s + t] & 15);
+}
+
+// The predictor of one component moved by its delta and wrapped into [-16 << r, (16 << r) - 1].
+// |delta| is at most 16 << r, so one step of the wrap suffices, and with r up to 15 all stays within 2^20.
+int32_t moveComponent(int32_t predictor, int32_t code, int32_t residual, int32_t r) {
+    if (code == 0) return predictor;
+    const int32_t magnitude = ((code < 0 ? -code : code) - 1) * (1 << r) + residual + 1;
+    int32_t moved = predictor + (code < 0 ? -magnitude : magnitude);
+    const int32_t limit = 16 << r;
+    if (moved > limit - 1) moved -= 2 * limit;
+    if (moved < -limit) moved += 2 * limit;
+    return moved;
+}
+
+// `scaled`: the vertical predictor counts frame lines and the vector field lines.
+void moveVector(SliceWorker *w, int32_t r, int32_t s, bool scaled) {
+    const Headers &h = w->stream->headers;
+    const MacroblockRecord &m = w->macroblock;
+    MotionVector &v = w->PMV[r][s];
+    v.x = static_cast<int16_t>(moveComponent(v.x, m.motionCode[r][s][0], m.motionResidual[r][s][0], sizeOf(h, s, 0)));
+    const int32_t shift = scaled ? 1 : 0;
+    const int32_t y = moveComponent(v.y >> shift, m.motionCode[r][s][1], m.motionResidual[r][s][1], sizeOf(h, s, 1));
+    v.y = static_cast<int16_t>(y * (1 << shift));
+}
+
+}  // namespace
+
+void ReconstructMotionVectors(SliceWorker *w) {
+    const MacroblockRecord &m = w->macroblock;
+    const bool scaled = w->stream->headers.pictureCoding.pictureStructure == structureFrame && m.mvFormat == 0;
+    const uint8_t used[2] = {m.macroblockMotionForward, m.macroblockMotionBackward};
+    for (int32_t s = 0; s < 2; ++s) {
+        if (!used[s]) continue;
+        moveVector(w, 0, s, scaled);
+        if (m.motionVectorCount == 2)
+            moveVector(w, 1, s, scaled);
+        else
+            w->PMV[1][s] = w->PMV[0][s];
+    }
+}
+
+}  // namespace tvk
