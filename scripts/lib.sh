@@ -1,5 +1,5 @@
 # Shared by the scripts of this folder: which Debian packages what needs, and how they are installed.
-# shellcheck shell=sh
+# shellcheck shell=sh disable=SC2034
 
 build_packages='cmake ninja-build g++ pkg-config libcli11-dev nlohmann-json3-dev nettle-dev'
 demo_packages='python3-minimal libpython3-stdlib'
