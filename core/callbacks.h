@@ -27,6 +27,14 @@ enum EventCode : uint32_t {
     eventBadCode = 0x80000001
 };
 
+// What the memory manager is told, with the pointer that comes along.
+enum MemoryCommand : int32_t {
+    memoryFramesReplaced = 0,  // workFrame[0]
+    memoryDestroy = 1,         // the array of working frames
+    memoryPictureBegins = 2,   // currentFrame, which is to get its externalBuffer
+    memoryPictureEnds = 3      // currentFrame
+};
+
 // An invalid code in a slice, on whichever thread meets it: the record of worker 0 that holds this event alone.
 void raiseBadCode(VideoStream *stream);
 

@@ -77,7 +77,8 @@ int32_t writeIndex(VideoStream *stream, const char *path);
 int32_t isIndexed(VideoStream *stream);
 void freeIndex(VideoIndexTable &index);
 
-// pipeline: ring. destroyRing clears all fields, the sizes and ringFollowsSeek included.
+// pipeline: ring. destroyRing clears all fields, the sizes and ringFollowsSeek included, and deliveredFrame when that
+// is one of the ring's frames.
 void destroyRing(VideoStream *stream);
 int32_t setBufferSize(VideoStream *stream, int32_t forward, int32_t backward);
 int32_t getBufferSize(VideoStream *stream, uint32_t *forward, uint32_t *backward);

@@ -38,11 +38,11 @@ int32_t ratePositionOfReader(VideoStream *stream, double *out);
 int32_t absPositionOfReader(VideoStream *stream, AbsPosition *out);
 
 int32_t sourceParameter(VideoStream *stream, uint32_t number, void *out);
-// Total size in bytes; false when the source does not tell.
+// Total size in bytes, 0 when the source does not tell; its status.
 struct TotalSize {
     uint32_t high, low;
 };
-bool totalSize(VideoStream *stream, TotalSize *out);
+int32_t totalSize(VideoStream *stream, TotalSize *out);
 
 // Frames of the whole stream by size and bit rate, 0 when unknown. The first form takes the bit rate that fits the
 // container, the second the sequence header's.
