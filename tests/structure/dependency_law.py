@@ -26,7 +26,7 @@ INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 
 def project_path(root, file, name):
     """The project's path of what `name` includes, or None for something outside the project."""
-    for candidate in (file.parent / name, root / name, root / "include" / name):
+    for candidate in (file.parent / name, root / name, root / "include" / name, root / "tests" / name):
         if candidate.exists():
             path = candidate.resolve().relative_to(root).as_posix()
             return path[len("include/"):] if path.startswith("include/") else path
