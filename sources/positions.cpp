@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: BSD-2-Clause
+// Where a source stands, and moving it: by position, share and time.
+#include <algorithm>
+
+#include "sources/abs_position.h"
+#include "sources/content.h"
+#include "sources/elementary_source.h"
+
+namespace tvk::elementary {
+namespace {
+
+// The mark of a variable rate in an MPEG-1 sequence header, 3FFFF in units of 400 bits per second.
+constexpr uint32_t kVariableRate = 0x3FFFF * 400;
+
+// The position of a byte of the unit last read. Offsets behind its end stand for its end.
+uint64_t positionInUnit(const ElementarySource &source, uint32_t unitOffset) {
+    return source.unitStart + std::min<uint64_t>(unitOffset, source.unitLength);
+}
+
+// `bytes` is not negative; a share of the stream's size above 1.0 stands for its end.
+void moveToEntryPoint(ElementarySource &source, double bytes) {
+    if (bytes <= 0.0) {
+        moveTo(source, 0);
+        return;
+    }
+    const uint64_t size = source.window.size;
+    const uint64_t position = bytes < static_cast<double>(size) ? static_cast<uint64_t>(bytes) : size;
+    moveTo(source, findEntryPoint(source.window, std::min(position, size)));
+}
+
+}  // namespace
+
+void moveTo(ElementarySource &source, uint64_t position) {
+    source.next = position;
+    source.unitStart = position;
+    source.unitLength = 0;
+    source.taken = 0;
+    source.unfinished = false;
+    source.insidePicture = false;
+}
+
+int32_t getAbsPosition(VideoSource *table, uint32_t, uint32_t unitOffset, AbsPosition *out) {
+    if (table == nullptr || out == nullptr) return tvkErrInvalidArgument;
+    *out = toAbsPosition(positionInUnit(*sourceOf(table), unitOffset));
+    return 0;
+}
+
+int32_t seekAbsPosition(VideoSource *table, uint32_t, const AbsPosition *position) {
+    if (table == nullptr || position == nullptr) return tvkErrInvalidArgument;
+    ElementarySource &source = *sourceOf(table);
+    uint64_t target;
+    if (!fromAbsPosition(*position, target) || target > source.window.size) return tvkSourceErrBadPosition;
+    moveTo(source, target);
+    return 0;
+}
+
+int32_t getRatePosition(VideoSource *table, uint32_t, uint32_t unitOffset, double *out) {
+    if (table == nullptr || out == nullptr) return tvkErrInvalidArgument;
+    const ElementarySource &source = *sourceOf(table);
+    const uint64_t size = std::max<uint64_t>(source.window.size, 1);
+    *out = static_cast<double>(positionInUnit(source, unitOffset)) / static_cast<double>(size);
+    return 0;
+}
+
+int32_t seekRatePosition(VideoSource *table, uint32_t, const double *rate) {
+    if (table == nullptr || rate == nullptr) return tvkErrInvalidArgument;
+    if (!(*rate >= 0.0 && *rate <= 1.0)) return tvkErrPositionOutOfRange;
+    ElementarySource &source = *sourceOf(table);
+    moveToEntryPoint(source, *rate * static_cast<double>(source.window.size));
+    return 0;
+}
+
+int32_t seekTimePosition(VideoSource *table, uint32_t, const double *seconds) {
+    if (table == nullptr || seconds == nullptr) return tvkErrInvalidArgument;
+    if (!(*seconds >= 0.0)) return tvkErrPositionOutOfRange;
+    ElementarySource &source = *sourceOf(table);
+    double bitRate = source.bitRate == kVariableRate ? 0.0 : source.bitRate;
+    if (bitRate <= 0.0 && *seconds > 0.0) {
+        bitRate = measureBitRate(source.window);
+        if (bitRate <= 0.0) return tvkSourceErrNoTime;
+    }
+    moveToEntryPoint(source, *seconds * bitRate / 8.0);
+    return 0;
+}
+
+}  // namespace tvk::elementary
