@@ -123,32 +123,36 @@ void decode(const DecodeOptions &options) {
     }
 }
 
+// Without CLI11's own words about a check: the type's name in the help says the same.
+CLI::Validator quiet(CLI::Validator check) {
+    return check.description("");
+}
+
 }  // namespace
 
 void addDecodeCommand(CLI::App &app) {
     auto options = std::make_shared<DecodeOptions>();
     CLI::App *command = app.add_subcommand("decode", "Decode a file to Y4M pictures, or to digests of them");
-    command->add_option("FILE", options->path, "MPEG-1 or MPEG-2 video elementary stream")->required();
+    command->add_option("FILE", options->path, "MPEG-1 or MPEG-2 video elementary stream")->required()->type_name("");
     command->add_option("-o,--output", options->output, "Y4M file to write; - writes to standard output")
         ->type_name("OUT.y4m");
+    const std::map<std::string, int32_t> precisions{{"exact", precisionExact}, {"fast", precisionFast}};
     command
         ->add_option("--precision", options->precision,
                      "exact: closest to the standard's transform (default); fast: 16-bit arithmetic")
-        ->transform(
-            CLI::Transformer(std::map<std::string, int32_t>{{"exact", precisionExact}, {"fast", precisionFast}}))
+        ->transform(quiet(CLI::CheckedTransformer(precisions)))
         ->type_name("fast|exact");
     command->add_option("--threads", options->threads, "Threads to decode with (default: one a processor)")
-        ->check(CLI::Range(1, 256))
+        ->check(quiet(CLI::Range(1, 256)))
         ->type_name("N");
     command->add_option("--frames", options->frames, "Stop after this many frames")
-        ->check(CLI::PositiveNumber)
+        ->check(quiet(CLI::PositiveNumber))
         ->type_name("N");
     command->add_option("--reduce", options->reduce, "Decode at 1/N of the size in each direction")
-        ->check(CLI::IsMember({1, 2, 4, 8}))
+        ->check(quiet(CLI::IsMember({1, 2, 4, 8})))
         ->type_name("1|2|4|8");
     command->add_flag("--md5", options->md5,
-                      "Print a line a frame: number, number in coded order, type, time in seconds, MD5 of the visible "
-                      "luma bytes, MD5 of the visible interleaved chroma bytes");
+                      "A line a frame: number, number in coded order, type, seconds, MD5 of luma, of chroma pairs");
     command->footer(
         "Without -o and --md5 the file is decoded and the speed told.\n"
         "Example: tvk decode clip.m2v -o - | ffmpeg -i - clip.mkv");

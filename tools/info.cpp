@@ -114,7 +114,7 @@ void printJson(const InfoOptions &options, const Summary &summary) {
 void addInfoCommand(CLI::App &app) {
     auto options = std::make_shared<InfoOptions>();
     CLI::App *command = app.add_subcommand("info", "Show what a file holds: size, rates, scan, duration");
-    command->add_option("FILE", options->path, "MPEG-1 or MPEG-2 video elementary stream")->required();
+    command->add_option("FILE", options->path, "MPEG-1 or MPEG-2 video elementary stream")->required()->type_name("");
     command->add_flag("--json", options->json, "Print JSON in place of text");
     command->add_flag("--count", options->count, "Read the whole file and count its frames, rather than estimate");
     command->callback([options] {
