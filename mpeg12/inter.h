@@ -7,6 +7,7 @@
 
 #include "core/callbacks.h"
 #include "mpeg12/prediction.h"
+#include "mpeg12/reduced_prediction.h"
 #include "mpeg12/writers.h"
 
 namespace tvk {
@@ -50,7 +51,7 @@ struct Inter {
     static bool insidePicture(const SliceWorker *w) { return w->blockY < w->stream->geometry.blockHeight8; }
 
     static void setOffsets(SliceWorker *w) {
-        const int32_t parity = k.field ? w->pictureStructureIndex : 0;
+        const int32_t parity = k.field && !ReducedShape<k>::stacked ? w->pictureStructureIndex : 0;
         const int32_t unit = k.unit();
         w->lumaOffset = static_cast<uint32_t>(w->currentLuma.stride * (unit * w->blockY + parity) + unit * w->blockX);
         w->chromaOffset =
@@ -59,7 +60,7 @@ struct Inter {
 
     static MacroblockTarget target(SliceWorker *w) {
         if (k.decodesToSamples() && w->outputY) return {w->macroblockPixels, w->macroblockPixels + 256, 16, 16};
-        const ptrdiff_t rowStep = k.field ? 2 : 1;
+        const ptrdiff_t rowStep = k.field && !ReducedShape<k>::stacked ? 2 : 1;
         return {w->currentLuma.data + w->lumaOffset, w->currentChroma.data + w->chromaOffset,
                 rowStep * w->currentLuma.stride, rowStep * w->currentChroma.stride};
     }
@@ -91,15 +92,15 @@ struct Inter {
         return a;
     }
 
-    static void predictFrom(SliceWorker *w, const MacroblockTarget &t, PredictedRows rows, const PredictionSource &a) {
-        const PredictionSource sources[1] = {a};
-        predictRows<k, 1>(w, t, rows, sources);
-    }
-
-    static void predictFromBoth(SliceWorker *w, const MacroblockTarget &t, PredictedRows rows,
-                                const PredictionSource &a, const PredictionSource &b) {
-        const PredictionSource sources[2] = {a, b};
-        predictRows<k, 2>(w, t, rows, sources);
+    // The rows from one source, or from several together.
+    template <int count>
+    static void predictFrom(SliceWorker *w, const MacroblockTarget &t, PredictedRows rows,
+                            const PredictionSource (&sources)[count]) {
+        if constexpr (k.reduce == 1)
+            predictRows<k, count>(w, t, rows, sources);
+        else
+            predictReduced<k, count, combineOf<k, count>()>(
+                w, t, rows, k.field || rows.step == 2 ? LineForm::field : LineForm::frame, sources);
     }
 
     // --- Motion types ---------------------------------------------------------------------------------------------
@@ -110,16 +111,11 @@ struct Inter {
     template <class Make>
     static void predictDirections(SliceWorker *w, const MacroblockTarget &t, PredictedRows rows, bool forward,
                                   bool backward, const Make &make) {
-        if constexpr (!k.b) {
-            if (forward) predictFrom(w, t, rows, make(kForward));
-        } else {
-            if (forward && backward)
-                predictFromBoth(w, t, rows, make(kForward), make(kBackward));
-            else if (forward)
-                predictFrom(w, t, rows, make(kForward));
-            else if (backward)
-                predictFrom(w, t, rows, make(kBackward));
+        if constexpr (k.b) {
+            if (forward && backward) return predictFrom<2>(w, t, rows, {make(kForward), make(kBackward)});
+            if (backward) return predictFrom<1>(w, t, rows, {make(kBackward)});
         }
+        if (forward) predictFrom<1>(w, t, rows, {make(kForward)});
     }
 
     static void predictFrame(SliceWorker *w, const MacroblockTarget &t, bool forward, bool backward) {
@@ -127,9 +123,26 @@ struct Inter {
     }
 
     static void predictFields(SliceWorker *w, const MacroblockTarget &t, bool forward, bool backward) {
+        if constexpr (k.reduce == 8) return predictFieldsTogether(w, t, forward, backward);
         for (int32_t r = 0; r < 2; ++r)
             predictDirections(w, t, fieldRows(r), forward, backward,
                               [w, r](int32_t s) { return fieldSource(w, s, r); });
+    }
+
+    // Eighth size knows no lines of a parity: both fields' predictions cover all rows and are averaged.
+    static void predictFieldsTogether(SliceWorker *w, const MacroblockTarget &t, bool forward, bool backward) {
+        const auto fields = [w](int32_t s, int32_t r) { return fieldSource(w, s, r); };
+        if (k.b && forward && backward)
+            return predictTogether<4>(
+                w, t, {fields(kForward, 0), fields(kForward, 1), fields(kBackward, 0), fields(kBackward, 1)});
+        const int32_t s = k.b && backward ? kBackward : kForward;
+        if (forward || backward) predictTogether<2>(w, t, {fields(s, 0), fields(s, 1)});
+    }
+
+    template <int count>
+    static void predictTogether(SliceWorker *w, const MacroblockTarget &t, const PredictionSource (&sources)[count]) {
+        predictReduced<k, count, count == 2 ? Combine::sum : combineOf<k, count>()>(w, t, kAllRows, LineForm::field,
+                                                                                    sources);
     }
 
     static void predictField(SliceWorker *w, const MacroblockTarget &t, bool forward, bool backward) {
@@ -156,19 +169,22 @@ struct Inter {
         if constexpr (k.field) {
             const int32_t parity = w->pictureStructureIndex;
             w->derivedVector[0] = derived(w, v.x, v.y, 2 * parity - 1);
-            predictFromBoth(w, t, kAllRows, source(w, kForward, v, parity),
-                            source(w, kForward, w->derivedVector[0], 1 - parity));
+            predictFrom<2>(w, t, kAllRows,
+                           {source(w, kForward, v, parity), source(w, kForward, w->derivedVector[0], 1 - parity)});
         } else {
             const int32_t y = v.y >> 1;
             const bool topFirst = w->stream->headers.pictureCoding.topFieldFirst != 0;
             const int32_t distance[2] = {topFirst ? 1 : 3, topFirst ? 3 : 1};
+            PredictionSource same[2], other[2];
             for (int32_t parity = 0; parity < 2; ++parity) {
                 w->derivedVector[parity] = derived(w, v.x * distance[parity], y * distance[parity], 2 * parity - 1);
-                PredictionSource same = source(w, kForward, v, parity);
-                same.y = y;
-                predictFromBoth(w, t, fieldRows(parity), same,
-                                source(w, kForward, w->derivedVector[parity], 1 - parity));
+                same[parity] = source(w, kForward, v, parity);
+                same[parity].y = y;
+                other[parity] = source(w, kForward, w->derivedVector[parity], 1 - parity);
             }
+            if constexpr (k.reduce == 8) return predictTogether<4>(w, t, {same[0], same[1], other[0], other[1]});
+            for (int32_t parity = 0; parity < 2; ++parity)
+                predictFrom<2>(w, t, fieldRows(parity), {same[parity], other[parity]});
         }
     }
 
@@ -184,10 +200,11 @@ struct Inter {
             predictDualPrime(w, t);
     }
 
-    // The forward reference's co-located macroblock; in a field picture its field of the same parity.
+    // The forward reference's co-located macroblock; in a field picture its field of the same parity. Eighth size
+    // takes the stored rows as they are.
     static void predictColocated(SliceWorker *w) {
-        const int32_t parity = k.field ? w->pictureStructureIndex : 0;
-        predictFrom(w, target(w), kAllRows, source(w, kForward, {0, 0}, parity));
+        const int32_t parity = k.field && !ReducedShape<k>::stacked ? w->pictureStructureIndex : 0;
+        predictFrom<1>(w, target(w), kAllRows, {{&w->forwardLuma, &w->forwardChroma, 0, 0, parity}});
     }
 
     // --- Macroblocks ----------------------------------------------------------------------------------------------
