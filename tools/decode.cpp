@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <map>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -23,14 +23,14 @@ namespace tvk::tool {
 
 namespace {
 
-enum Precision : int32_t { precisionUnset = 0, precisionExact = 1, precisionFast = 2 };
+enum Precision : int32_t { precisionExact = 1, precisionFast = 2 };
 
 struct DecodeOptions {
     std::string path, output;
-    int32_t precision = precisionUnset;
+    std::string precision;  // empty: exact where it can be
     int32_t threads = 0;
     int32_t reduce = 1;
-    uint64_t frames = 0;
+    int32_t frames = 0;  // 0: all
     bool md5 = false;
 };
 
@@ -46,9 +46,8 @@ int32_t threadsFor(const DecodeOptions &options) {
 
 void applySettings(VideoStream *stream, const DecodeOptions &options) {
     // Reduced sizes exist in the fast arithmetic alone; full size is exact unless told otherwise.
-    int32_t precision = options.precision;
-    if (precision == precisionUnset) precision = options.reduce == 1 ? precisionExact : precisionFast;
-    require(tvkSetVideoSP_Precision(stream, precision), "--precision");
+    const bool exact = options.precision == "exact" || (options.precision.empty() && options.reduce == 1);
+    require(tvkSetVideoSP_Precision(stream, exact ? precisionExact : precisionFast), "--precision");
     require(tvkSetVideoSP_ReduceCoefficient(stream, options.reduce), "--reduce");
     require(tvkSetVideoSP_Threads(stream, threadsFor(options)), "--threads");
 }
@@ -85,13 +84,13 @@ class Y4mWriter {
     std::vector<uint8_t> bytes;
 };
 
-double fractionDone(const DecodeOptions &options, uint64_t frames, const VideoFrame &frame) {
+double fractionDone(const DecodeOptions &options, int32_t frames, const VideoFrame &frame) {
     const double byFrames = options.frames ? static_cast<double>(frames) / static_cast<double>(options.frames) : 0.0;
     return std::max(byFrames, frame.deliveryRatePosition);
 }
 
 void decode(const DecodeOptions &options) {
-    if (options.reduce != 1 && options.precision == precisionExact) {
+    if (options.reduce != 1 && options.precision == "exact") {
         throw ToolError(exitUsage, "--reduce needs --precision fast");
     }
     OpenedStream opened(options.path);
@@ -102,7 +101,7 @@ void decode(const DecodeOptions &options) {
     std::FILE *const digests = options.output == "-" ? stderr : stdout;
 
     StreamFacts facts{};
-    uint64_t frames = 0;
+    int32_t frames = 0;
     double elapsed = 0.0;
     {
         Progress progress;
@@ -118,7 +117,7 @@ void decode(const DecodeOptions &options) {
     if (frames == 0) throw ToolError(exitNoVideo, options.path + ": holds no picture that could be decoded");
     if (writer) writer->close();
     if (!writer && !options.md5) {
-        std::printf("%llu frames in %.3f s, %.0f fps\n", static_cast<unsigned long long>(frames), elapsed,
+        std::printf("%d frames in %.3f s, %.0f fps\n", frames, elapsed,
                     static_cast<double>(frames) / std::max(elapsed, 1e-6));
     }
 }
@@ -136,17 +135,16 @@ void addDecodeCommand(CLI::App &app) {
     command->add_option("FILE", options->path, "MPEG-1 or MPEG-2 video elementary stream")->required()->type_name("");
     command->add_option("-o,--output", options->output, "Y4M file to write; - writes to standard output")
         ->type_name("OUT.y4m");
-    const std::map<std::string, int32_t> precisions{{"exact", precisionExact}, {"fast", precisionFast}};
     command
         ->add_option("--precision", options->precision,
                      "exact: closest to the standard's transform (default); fast: 16-bit arithmetic")
-        ->transform(quiet(CLI::CheckedTransformer(precisions)))
+        ->check(quiet(CLI::IsMember({"fast", "exact"})))
         ->type_name("fast|exact");
     command->add_option("--threads", options->threads, "Threads to decode with (default: one a processor)")
         ->check(quiet(CLI::Range(1, 256)))
         ->type_name("N");
     command->add_option("--frames", options->frames, "Stop after this many frames")
-        ->check(quiet(CLI::PositiveNumber))
+        ->check(quiet(CLI::Range(1, std::numeric_limits<int32_t>::max())))
         ->type_name("N");
     command->add_option("--reduce", options->reduce, "Decode at 1/N of the size in each direction")
         ->check(quiet(CLI::IsMember({1, 2, 4, 8})))

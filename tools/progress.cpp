@@ -24,7 +24,7 @@ double Progress::seconds() const {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-void Progress::update(uint64_t frames, double fraction) {
+void Progress::update(int32_t frames, double fraction) {
     if (!onTerminal) return;
     const Clock::time_point now = Clock::now();
     if (std::chrono::duration<double>(now - lastDrawn).count() < kSecondsBetweenDraws) return;
@@ -33,8 +33,8 @@ void Progress::update(uint64_t frames, double fraction) {
 
     const double elapsed = std::max(seconds(), 1e-6);
     const double done = std::clamp(fraction, 0.0, 1.0);
-    std::fprintf(stderr, "%s%llu frames  %3.0f%%  %.0f fps", kWipeLine, static_cast<unsigned long long>(frames),
-                 100.0 * done, static_cast<double>(frames) / elapsed);
+    std::fprintf(stderr, "%s%d frames  %3.0f%%  %.0f fps", kWipeLine, frames, 100.0 * done,
+                 static_cast<double>(frames) / elapsed);
     if (done > 0.001) {
         const auto left = static_cast<long long>(elapsed * (1.0 - done) / done + 0.5);
         std::fprintf(stderr, "  %lld:%02lld left", left / 60, left % 60);

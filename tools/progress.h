@@ -15,7 +15,7 @@ class Progress {
     Progress &operator=(const Progress &) = delete;
 
     // `fraction` of the work done, 0.0 to 1.0.
-    void update(uint64_t frames, double fraction);
+    void update(int32_t frames, double fraction);
     double seconds() const;
 
   private:
