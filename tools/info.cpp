@@ -58,10 +58,10 @@ Summary summarise(const InfoOptions &options) {
 }
 
 std::string clock(double seconds) {
-    const auto whole = static_cast<unsigned long long>(seconds);
+    const auto milliseconds = static_cast<unsigned long long>(seconds * 1000.0 + 0.5);
     char text[48];
-    std::snprintf(text, sizeof text, "%llu:%02llu:%06.3f", whole / 3600, whole / 60 % 60,
-                  seconds - static_cast<double>(whole / 60 * 60));
+    std::snprintf(text, sizeof text, "%llu:%02llu:%02llu.%03llu", milliseconds / 3600000, milliseconds / 60000 % 60,
+                  milliseconds / 1000 % 60, milliseconds % 1000);
     return text;
 }
 
