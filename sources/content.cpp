@@ -87,17 +87,20 @@ int32_t checkContent(ByteWindow &window) {
     return window.failure != 0 ? window.failure : tvkSourceErrNoVideo;
 }
 
-uint64_t findEntryPoint(ByteWindow &window, uint64_t position) {
+int32_t findEntryPoint(ByteWindow &window, uint64_t position, uint64_t &entry) {
     const uint64_t near = std::min(position, window.size) + kEntrySearchBytes;
-    uint64_t picture = window.size;
     uint64_t from = position;
+    entry = window.size;
     for (FoundCode found; findCodeFrom(window, from, window.size, found); from = found.position + 4) {
-        if (found.position >= near && picture != window.size) break;
-        if (isEntryHeader(found.code)) return found.position;
-        if (found.code == kCodePicture) picture = std::min(picture, found.position);
+        if (found.position >= near && entry != window.size) break;
+        if (isEntryHeader(found.code)) {
+            entry = found.position;
+            return 0;
+        }
+        if (found.code == kCodePicture) entry = std::min(entry, found.position);
     }
-    if (picture == window.size) lastPictureOf(window, picture);
-    return picture;
+    if (entry == window.size && window.failure == 0) lastPictureOf(window, entry);
+    return entry == window.size ? window.failure : 0;
 }
 
 bool fingerprint(ByteWindow &window, uint64_t &value) {

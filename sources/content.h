@@ -11,8 +11,8 @@ namespace tvk::elementary {
 // 0, or why the bytes are no video elementary stream.
 int32_t checkContent(ByteWindow &window);
 
-// Where decoding can be taken up at or behind `position`: see POSITIONS in tvk_source.h.
-uint64_t findEntryPoint(ByteWindow &window, uint64_t position);
+// Where decoding can be taken up at or behind `position`: see POSITIONS in tvk_source.h. 0, or why reading failed.
+int32_t findEntryPoint(ByteWindow &window, uint64_t position, uint64_t &entry);
 
 // A value that tells streams apart, from the size and three blocks. False when reading fails.
 bool fingerprint(ByteWindow &window, uint64_t &value);

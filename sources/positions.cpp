@@ -18,14 +18,17 @@ uint64_t positionInUnit(const ElementarySource &source, uint32_t unitOffset) {
 }
 
 // `bytes` is not negative; a share of the stream's size above 1.0 stands for its end.
-void moveToEntryPoint(ElementarySource &source, double bytes) {
+int32_t moveToEntryPoint(ElementarySource &source, double bytes) {
     if (bytes <= 0.0) {
         moveTo(source, 0);
-        return;
+        return 0;
     }
     const uint64_t size = source.window.size;
     const uint64_t position = bytes < static_cast<double>(size) ? static_cast<uint64_t>(bytes) : size;
-    moveTo(source, findEntryPoint(source.window, std::min(position, size)));
+    uint64_t entry;
+    const int32_t failure = findEntryPoint(source.window, std::min(position, size), entry);
+    if (failure == 0) moveTo(source, entry);
+    return failure;
 }
 
 }  // namespace
@@ -66,8 +69,7 @@ int32_t seekRatePosition(VideoSource *table, uint32_t, const double *rate) {
     if (table == nullptr || rate == nullptr) return tvkErrInvalidArgument;
     if (!(*rate >= 0.0 && *rate <= 1.0)) return tvkErrPositionOutOfRange;
     ElementarySource &source = *sourceOf(table);
-    moveToEntryPoint(source, *rate * static_cast<double>(source.window.size));
-    return 0;
+    return moveToEntryPoint(source, *rate * static_cast<double>(source.window.size));
 }
 
 int32_t seekTimePosition(VideoSource *table, uint32_t, const double *seconds) {
@@ -79,8 +81,7 @@ int32_t seekTimePosition(VideoSource *table, uint32_t, const double *seconds) {
         bitRate = measureBitRate(source.window);
         if (bitRate <= 0.0) return tvkSourceErrNoTime;
     }
-    moveToEntryPoint(source, *seconds * bitRate / 8.0);
-    return 0;
+    return moveToEntryPoint(source, *seconds * bitRate / 8.0);
 }
 
 }  // namespace tvk::elementary
