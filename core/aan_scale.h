@@ -6,8 +6,8 @@
 
 namespace tvk {
 
-// aanScale[8 * r + c] = round(16384 * s(r) * s(c)), s(0) = 1, s(k) = sqrt(2) * cos(k * pi / 16). Symmetric, so it serves
-// transposed blocks as well.
+// aanScale[8 * r + c] = round(16384 * s(r) * s(c)), s(0) = 1, s(k) = sqrt(2) * cos(k * pi / 16). Symmetric, so it
+// serves transposed blocks as well.
 inline constexpr int16_t aanScale[64] = {
     // clang-format off
     16384, 22725, 21407, 19266, 16384, 12873, 8867, 4520,

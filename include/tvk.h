@@ -133,13 +133,12 @@ typedef struct SequenceExtensionRecord {
 
 typedef struct SequenceDisplayRecord {
     uint32_t displayHorizontalSize, displayVerticalSize;
-    uint8_t videoFormat, colourDescription, colourPrimaries, transferCharacteristics, matrixCoefficients,
-        displayMarker;
+    uint8_t videoFormat, colourDescription, colourPrimaries, transferCharacteristics, matrixCoefficients, displayMarker;
 } SequenceDisplayRecord;
 
 typedef struct QuantMatrixRecord {
-    uint8_t loadIntra, intra[64], loadNonIntra, nonIntra[64], loadChromaIntra, chromaIntra[64],
-        loadChromaNonIntra, chromaNonIntra[64];
+    uint8_t loadIntra, intra[64], loadNonIntra, nonIntra[64], loadChromaIntra, chromaIntra[64], loadChromaNonIntra,
+        chromaNonIntra[64];
 } QuantMatrixRecord;
 
 typedef struct CopyrightRecord {
@@ -160,9 +159,9 @@ typedef struct PictureHeaderRecord {
 
 typedef struct PictureCodingRecord {
     uint32_t fCode[4];
-    uint8_t intraDcPrecision, pictureStructure, topFieldFirst, framePredFrameDct, concealmentMotionVectors,
-        qScaleType, intraVlcFormat, alternateScan, repeatFirstField, chroma420Type, progressiveFrame,
-        compositeDisplayFlag, vAxis, fieldSequence, subCarrier, burstAmplitude, subCarrierPhase;
+    uint8_t intraDcPrecision, pictureStructure, topFieldFirst, framePredFrameDct, concealmentMotionVectors, qScaleType,
+        intraVlcFormat, alternateScan, repeatFirstField, chroma420Type, progressiveFrame, compositeDisplayFlag, vAxis,
+        fieldSequence, subCarrier, burstAmplitude, subCarrierPhase;
 } PictureCodingRecord;
 
 typedef struct PictureDisplayRecord {
@@ -172,8 +171,7 @@ typedef struct PictureDisplayRecord {
 
 typedef struct SliceHeaderRecord {
     uint32_t sliceStartCode;
-    uint8_t sliceVerticalPositionExtension, priorityBreakpoint, intraSliceFlag, intraSlice, reservedBits,
-        extraBitSlice;
+    uint8_t sliceVerticalPositionExtension, priorityBreakpoint, intraSliceFlag, intraSlice, reservedBits, extraBitSlice;
 } SliceHeaderRecord;
 
 typedef struct MacroblockRecord {

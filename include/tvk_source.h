@@ -48,10 +48,10 @@ extern "C" {
  * a file, one behind the other, are the file.
  *
  * POSITIONS are bytes of the file. An AbsPosition stays valid for the file, in index files too, and seeking to it
- * makes the next unit begin at exactly that byte. Its second and third word add up, without carry, to a number that never
- * falls as the position rises; that of the first byte is not all zero.
- *   - rate 0.0 is the first byte. Any other rate is the byte at that share of the size, and from there the next sequence
- *     header or group start in the following 4 MiB; where there is none the next picture, and where there is no
+ * makes the next unit begin at exactly that byte. Its second and third word add up, without carry, to a number that
+ * never falls as the position rises; that of the first byte is not all zero.
+ *   - rate 0.0 is the first byte. Any other rate is the byte at that share of the size, and from there the next
+ * sequence header or group start in the following 4 MiB; where there is none the next picture, and where there is no
  *     picture either the last one of the file, so that a seek to 1.0 finds something to read.
  *   - time is turned into a byte by the stream's bit rate as the decoder has announced it (parameter 12). A stream
  *     that announces none, or MPEG-1's mark of a variable rate, is measured at its head instead. The seek goes on
@@ -59,9 +59,9 @@ extern "C" {
  *
  * TIME STAMPS. An elementary stream has none; every unit carries -1.0.
  *
- * PARAMETERS. Get 0: a fingerprint of size and content, 8 bytes. Get 8: 1 with tvkSourceOwnsBuffer, otherwise 0. Get and
- * set 9: the active layer, 480 to 495; the one stream answers to every number. Get 11: the rate last set with 12. Set 12:
- * bits per second, a uint32_t. Get 14: the size in bytes, high word first.
+ * PARAMETERS. Get 0: a fingerprint of size and content, 8 bytes. Get 8: 1 with tvkSourceOwnsBuffer, otherwise 0. Get
+ * and set 9: the active layer, 480 to 495; the one stream answers to every number. Get 11: the rate last set with 12.
+ * Set 12: bits per second, a uint32_t. Get 14: the size in bytes, high word first.
  */
 
 /* Source codes. tvkSourceErrorText has a sentence for each. */
@@ -103,7 +103,8 @@ TVK_API int32_t tvkOpenMemorySourceEx(VideoSource **out, const uint8_t *bytes, u
 /* Frees the source. `source` must come from one of the calls above. Null gives tvkErrInvalidArgument. */
 TVK_API int32_t tvkCloseSource(VideoSource *source);
 
-/* A sentence without a full stop for a code of a source or of opening, in English; the string is constant. Never null. */
+/* A sentence without a full stop for a code of a source or of opening, in English; the string is constant. Never null.
+ */
 TVK_API const char *tvkSourceErrorText(int32_t code);
 
 #ifdef __cplusplus
