@@ -10,7 +10,7 @@
 
 namespace tvk {
 
-// What holds before the first header: 4:2:0, frame pictures, 30 frames per second, and stream type 0.
+// What holds before the first header: 4:2:0, frame pictures, default matrices, 30 frames per second, stream type 0.
 void initialiseHeaders(VideoStream *stream);
 
 // Sequence level. The sequence header restores the MPEG-1 defaults, clears the scalable extension's flag

@@ -108,10 +108,21 @@ void copyMatrix(const Weights &from, const Weights &target) {
     target.factors = from.factors;
 }
 
+void copyLumaToChroma(Headers &headers) {
+    copyMatrix(intraLuma(headers), intraChroma(headers));
+    copyMatrix(nonIntraLuma(headers), nonIntraChroma(headers));
+}
+
 }  // namespace
 
 constexpr ScanTables kPreciseScans = storedScans(true);
 constexpr ScanTables kFastScans = storedScans(false);
+
+void takeDefaultMatrices(VideoStream *stream) {
+    takeDefaultIntra(stream);
+    takeDefaultNonIntra(stream);
+    copyLumaToChroma(stream->headers);
+}
 
 void readSequenceMatrices(VideoStream *stream) {
     BitReader &r = stream->input->reader;
@@ -126,8 +137,7 @@ void readSequenceMatrices(VideoStream *stream) {
         loadMatrix(stream, nonIntraLuma(headers));
     else
         takeDefaultNonIntra(stream);
-    copyMatrix(intraLuma(headers), intraChroma(headers));
-    copyMatrix(nonIntraLuma(headers), nonIntraChroma(headers));
+    copyLumaToChroma(headers);
 }
 
 void parseQuantMatrixExtension(VideoStream *stream) {

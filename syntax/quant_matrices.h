@@ -20,6 +20,8 @@ constexpr uint8_t storagePosition(bool precise, uint32_t r, uint32_t c) {
 using ScanTables = std::array<std::array<uint8_t, 64>, 2>;
 extern const ScanTables kPreciseScans, kFastScans;
 
+// The standard's default matrices for luma and chroma.
+void takeDefaultMatrices(VideoStream *stream);
 // load_intra_quantiser_matrix and load_non_intra_quantiser_matrix with what follows them; what is not loaded takes the
 // standard's default, and chroma takes what luma has.
 void readSequenceMatrices(VideoStream *stream);

@@ -35,6 +35,7 @@ uint32_t chooseMacroblockTypeSet(const ScalableRecord &scalable) {
 
 void initialiseHeaders(VideoStream *stream) {
     setDefaults(stream->headers);
+    takeDefaultMatrices(stream);
     stream->headers.blocksPerMacroblock = 6;
     stream->frames.framesPerSecond = 30.0f;
 }

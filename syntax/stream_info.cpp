@@ -29,7 +29,7 @@ VideoStreamInfo infoFromHeaders(VideoStream *stream) {
     info.width = stream->frames.builtWidth;
     info.height = stream->frames.builtHeight;
     info.chromaFormat = stream->headers.sequenceExtension.chromaFormat;
-    info.frameCount = static_cast<uint32_t>(estimateFramesOfSequence(stream));
+    info.frameCount = estimateFramesOfSequence(stream);
     info.bitRate = stream->headers.sequence.bitRate;
     return info;
 }
