@@ -51,7 +51,7 @@ struct Inter {
     static bool insidePicture(const SliceWorker *w) { return w->blockY < w->stream->geometry.blockHeight8; }
 
     static void setOffsets(SliceWorker *w) {
-        const int32_t parity = k.field && !ReducedShape<k>::stacked ? w->pictureStructureIndex : 0;
+        const int32_t parity = k.field ? w->pictureStructureIndex : 0;
         const int32_t unit = k.unit();
         w->lumaOffset = static_cast<uint32_t>(w->currentLuma.stride * (unit * w->blockY + parity) + unit * w->blockX);
         w->chromaOffset =
@@ -60,9 +60,14 @@ struct Inter {
 
     static MacroblockTarget target(SliceWorker *w) {
         if (k.decodesToSamples() && w->outputY) return {w->macroblockPixels, w->macroblockPixels + 256, 16, 16};
-        const ptrdiff_t rowStep = k.field && !ReducedShape<k>::stacked ? 2 : 1;
-        return {w->currentLuma.data + w->lumaOffset, w->currentChroma.data + w->chromaOffset,
-                rowStep * w->currentLuma.stride, rowStep * w->currentChroma.stride};
+        const ptrdiff_t luma = w->currentLuma.stride, chroma = w->currentChroma.stride;
+        uint8_t *lumaFirst = w->currentLuma.data + w->lumaOffset;
+        uint8_t *chromaFirst = w->currentChroma.data + w->chromaOffset;
+        if constexpr (ReducedShape<k>::stacked)
+            return {lumaFirst - luma * w->pictureStructureIndex, chromaFirst - chroma * w->pictureStructureIndex, luma,
+                    chroma};
+        return k.field ? MacroblockTarget{lumaFirst, chromaFirst, 2 * luma, 2 * chroma}
+                       : MacroblockTarget{lumaFirst, chromaFirst, luma, chroma};
     }
 
     // --- Sources --------------------------------------------------------------------------------------------------
