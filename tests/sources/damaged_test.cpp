@@ -18,7 +18,7 @@ void expectSoundTable(const Unit &unit) {
     for (size_t i = 0; i < unit.codes.size(); ++i) {
         const uint32_t offset = unit.offsets[i];
         ASSERT_LE(offset + 4, unit.bytes.size());
-        if (i > 0) ASSERT_GE(offset, unit.offsets[i - 1] + 4);
+        ASSERT_GE(offset, i == 0 ? 0 : unit.offsets[i - 1] + 4);
         ASSERT_EQ(unit.bytes[offset] | unit.bytes[offset + 1], 0);
         ASSERT_EQ(unit.bytes[offset + 2], 1);
         ASSERT_EQ(unit.bytes[offset + 3] + 0x100u, unit.codes[i]);
