@@ -95,8 +95,7 @@ void decode(const DecodeOptions &options) {
     }
     OpenedStream opened(options.path);
     applySettings(opened.stream, options);
-    std::unique_ptr<Y4mWriter> writer;
-    if (!options.output.empty()) writer = std::make_unique<Y4mWriter>(options);
+    std::unique_ptr<Y4mWriter> writer;  // made for the first frame, so that a file without video leaves no output
     // Pictures own standard output when they go there; digests then take the other stream.
     std::FILE *const digests = options.output == "-" ? stderr : stdout;
 
@@ -106,6 +105,7 @@ void decode(const DecodeOptions &options) {
     {
         Progress progress;
         for (VideoFrame *frame = nextFrameWithFacts(opened, facts); frame; frame = nextFrame(opened)) {
+            if (!writer && !options.output.empty()) writer = std::make_unique<Y4mWriter>(options);
             if (writer) writer->write(*frame, facts);
             if (options.md5) printDigest(digests, *frame);
             ++frames;
