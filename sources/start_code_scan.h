@@ -27,7 +27,6 @@ inline const uint8_t *findStartCodePortable(const uint8_t *bytes, const uint8_t 
         } else {
             ++p;
         }
-        if (p > end) return end;
     }
     return end;
 }
