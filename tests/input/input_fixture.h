@@ -22,7 +22,7 @@ struct ScriptedRead {
     int32_t status = 0;
     double timeStamp = -1.0;
     std::vector<std::pair<uint32_t, uint32_t>> table = {};  // code, offset
-    uint32_t count = 0xFFFFFFFE;                       // what is claimed; this value stands for the bytes' number
+    uint32_t count = 0xFFFFFFFE;                            // what is claimed; this value stands for the bytes' number
 };
 
 inline constexpr uint32_t kAllOnes = 0xFFFFFFFF;

@@ -167,6 +167,15 @@ TEST_F(PictureHeaders, halfPeriodIsOwedByTheseFramesAlone) {
     }
 }
 
+// DEPARTURE(repeated progressive frame): shown twice, it owes nothing; shown three times, half a period.
+TEST_F(PictureHeaders, repeatedProgressiveFrameOwesHalfAPeriodAtMost) {
+    headers().sequenceExtension.progressiveSequence = 1;
+    parseCoding({.topFieldFirst = 0, .repeatFirstField = 1, .progressiveFrame = 1});
+    EXPECT_EQ(headers().halfFramePending, 0u);
+    parseCoding({.topFieldFirst = 1, .repeatFirstField = 1, .progressiveFrame = 1});
+    EXPECT_EQ(headers().halfFramePending, 1u);
+}
+
 TEST_F(PictureHeaders, interlacedFrameThatRepeatsAFieldOwesNothing) {
     headers().sequenceExtension.progressiveSequence = 0;
     CodingBits bits;
