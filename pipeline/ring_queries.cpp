@@ -2,16 +2,9 @@
 // Setting the sizes of the ring of decoded frames, and looking into it.
 #include "core/calls.h"
 #include "core/handles.h"
+#include "pipeline/ring.h"
 
 namespace tvk {
-
-namespace {
-
-bool ringOff(const FrameRing &ring) {
-    return ring.forwardSize == 0 && ring.backwardSize == 0;
-}
-
-}  // namespace
 
 int32_t setBufferSize(VideoStream *stream, int32_t forward, int32_t backward) {
     if (forward < 0 || backward < 0) return tvkErrInvalidArgument;
@@ -20,7 +13,7 @@ int32_t setBufferSize(VideoStream *stream, int32_t forward, int32_t backward) {
     ring.forwardSize = forward;
     ring.backwardSize = backward;
     ring.forwardFill = ring.backwardFill = 0;
-    ring.ringState = 1;
+    ring.ringState = ringEmpty;
     const int32_t refusal = checkKind(stream);
     return refusal ? refusal : reconfigure(stream);
 }
@@ -28,7 +21,7 @@ int32_t setBufferSize(VideoStream *stream, int32_t forward, int32_t backward) {
 int32_t getBufferSize(VideoStream *stream, uint32_t *forward, uint32_t *backward) {
     if (!forward || !backward) return tvkErrInvalidArgument;
     const FrameRing &ring = stream->ring;
-    if (ringOff(ring)) return tvkErrBufferDisabled;
+    if (!ringWanted(ring)) return tvkErrBufferDisabled;
     *forward = static_cast<uint32_t>(ring.forwardSize);
     *backward = static_cast<uint32_t>(ring.backwardSize);
     return 0;
@@ -37,7 +30,7 @@ int32_t getBufferSize(VideoStream *stream, uint32_t *forward, uint32_t *backward
 int32_t getBufferUtilization(VideoStream *stream, int32_t *forward, int32_t *backward) {
     if (!forward || !backward) return tvkErrInvalidArgument;
     const FrameRing &ring = stream->ring;
-    if (ringOff(ring)) return tvkErrBufferDisabled;
+    if (!ringWanted(ring)) return tvkErrBufferDisabled;
     *forward = ring.forwardFill;
     *backward = ring.backwardFill;
     return 0;
@@ -47,11 +40,14 @@ int32_t getBufferedFrame(VideoStream *stream, int32_t index, VideoFrame **out) {
     if (!out) return tvkErrInvalidArgument;
     *out = nullptr;
     const FrameRing &ring = stream->ring;
-    if (ringOff(ring)) return tvkErrBufferDisabled;
-    if (index > ring.forwardFill || index < ring.backwardFill) return tvkErrFrameOutOfRange;
+    if (!ringWanted(ring)) return tvkErrBufferDisabled;
     if (!ring.ringCentre) return tvkErrBufferDisabled;
+    if (index > ring.forwardFill || index < ring.backwardFill) return tvkErrFrameOutOfRange;
+    // While the ring fills, the fill stands one place beyond the last frame.
+    if (index > ring.forwardSize || index < -ring.backwardSize) return tvkErrFrameOutOfRange;
+    if (!isFilled(ring.ringCentre[index])) return tvkErrFrameOutOfRange;
     *out = ring.ringCentre[index];
-    return *out ? 0 : tvkErrFrameOutOfRange;
+    return 0;
 }
 
 }  // namespace tvk
