@@ -29,10 +29,10 @@ std::vector<uint8_t> bytesOf(size_t n, uint8_t value) {
 }
 
 TEST_F(UserData, callbackSeesTheBytesAtAnyAlignmentAndLength) {
+    const std::vector<uint8_t> eight = {0x10, 0x11, 0x12, 0x13, 0x14, 0x15, 0x16, 0x17};
     for (size_t lead = 0; lead < 4; ++lead) {
-        for (size_t length = 0; length < 9; ++length) {
-            std::vector<uint8_t> block(length);
-            for (size_t i = 0; i < length; ++i) block[i] = static_cast<uint8_t>(0x10 + i);
+        for (int32_t length = 0; length <= 8; ++length) {
+            const std::vector<uint8_t> block(eight.begin(), eight.begin() + length);
             gather(block, lead);
             EXPECT_EQ(events.back().eventCode, 13u);
             EXPECT_EQ(eventUserData, block) << lead << ' ' << length;
