@@ -209,7 +209,12 @@ struct Inter {
     // takes the stored rows as they are.
     static void predictColocated(SliceWorker *w) {
         const int32_t parity = k.field && !ReducedShape<k>::stacked ? w->pictureStructureIndex : 0;
-        predictFrom<1>(w, target(w), kAllRows, {{&w->forwardLuma, &w->forwardChroma, 0, 0, parity}});
+        const PredictionSource sources[1] = {{&w->forwardLuma, &w->forwardChroma, 0, 0, parity}};
+        if constexpr (k.reduce == 1)
+            predictRows<k, 1>(w, target(w), kAllRows, sources);
+        else
+            predictReduced<k, 1, Combine::sum>(w, target(w), kAllRows, k.field ? LineForm::field : LineForm::copy,
+                                               sources);
     }
 
     // --- Macroblocks ----------------------------------------------------------------------------------------------
@@ -301,8 +306,10 @@ struct Inter {
 
     static void decodePredicted(SliceWorker *w) {
         const MacroblockRecord &m = w->macroblock;
-        w->lumaResidual = (m.codedBlockMask & 0xF0000000) != 0;
-        w->chromaResidual = (m.codedBlockMask & 0x0FF00000) != 0;
+        // At eighth size the rounding leaves something in an uncoded pair too, so one coded block has all of them
+        // added.
+        w->lumaResidual = (m.codedBlockMask & (k.reduce == 8 ? 0xFFF00000 : 0xF0000000)) != 0;
+        w->chromaResidual = (m.codedBlockMask & (k.reduce == 8 ? 0xFFF00000 : 0x0FF00000)) != 0;
         if constexpr (k.b) {
             w->previousMotionForward = m.macroblockMotionForward;
             w->previousMotionBackward = m.macroblockMotionBackward;

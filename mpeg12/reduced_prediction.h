@@ -39,11 +39,13 @@ struct ReducedRead {
     int32_t rowStep, below, phaseX, phaseY;
 };
 
-// How the vertical part y of a vector, in half samples of the frame or of a field, splits over stored lines.
-enum class LineForm : uint8_t { frame, field };
+// How the vertical part y of a vector, in half samples of the frame or of a field, splits over stored lines. `copy` is
+// a frame picture's co-located macroblock, which has no vector.
+enum class LineForm : uint8_t { frame, field, copy };
 
 template <PictureKind k>
 constexpr ReducedRead splitVertical(int32_t y, LineForm form, int32_t parity) {
+    if (form == LineForm::copy) return {0, 1, 0, 0, 0};
     if constexpr (k.reduce == 2) {
         // Stored lines keep their parity, so the neighbour is two lines down in either form.
         if (form == LineForm::frame) return {2 * static_cast<int64_t>(y >> 3), 1, 2, 0, (y >> 1) & 3};
@@ -204,7 +206,7 @@ inline void sumSource(ReducedSums<k> &sums, const PlaneView &plane, int64_t base
         sumBilinear<k, step>(sums, plane, offset, r, rows);
 }
 
-// Quarter size, 4:4:4, frame prediction: the left half of a chroma row is computed and stored twice.
+// Quarter size, 4:4:4, frame prediction: the left half of a chroma row is computed and stored twice, but not copied so.
 // DEPARTURE(quarter-size 4:4:4 chroma): required as it stands.
 template <PictureKind k>
 constexpr bool repeatsLeftHalf(LineForm form) {

@@ -94,7 +94,7 @@ void DecodeSlice(SliceWorker *w) {
     int32_t index = 0;
     do {
         if (!readMacroblockHeader(w)) {
-            raiseEvent(w->stream, &w->badCodeEvent, eventBadCode);
+            raiseBadCode(w->stream);
             return;
         }
         w->event.macroblock = &w->macroblock;
