@@ -17,7 +17,7 @@ namespace tvk::tool {
 namespace {
 
 // Enough for a whole cadence of repeated fields and a group of pictures or two.
-constexpr int kFramesToLookAt = 24;
+constexpr uint32_t kFramesToLookAt = 24;
 
 struct InfoOptions {
     std::string path;
@@ -30,11 +30,13 @@ struct Summary {
     VideoStreamInfo info;
     Ratio rate, aspect;
     double seconds;
+    bool counted;  // frameCount is no estimate
 };
 
-// Rates that say nothing: none at all, and the code of all ones that MPEG-1 keeps for variable rates.
+// Rates that say nothing: none at all, and the code of all ones, MPEG-1's mark of a variable rate, which encoders write
+// into MPEG-2 as well.
 bool bitRateTells(const Summary &summary) {
-    return summary.info.bitRate != 0 && (summary.facts.hasExtension || summary.info.bitRate != 0x3FFFF * 400u);
+    return summary.info.bitRate != 0 && summary.info.bitRate != 0x3FFFF * 400u;
 }
 
 Summary summarise(const InfoOptions &options) {
@@ -43,16 +45,19 @@ Summary summarise(const InfoOptions &options) {
     if (!nextFrameWithFacts(opened, summary.facts)) {
         throw ToolError(exitNoVideo, options.path + ": holds no picture that could be decoded");
     }
-    for (int i = 1; i < kFramesToLookAt && nextFrameWithFacts(opened, summary.facts); ++i) {
-    }
-    if (options.count) {
+    uint32_t seen = 1;
+    while (seen < kFramesToLookAt && nextFrameWithFacts(opened, summary.facts)) ++seen;
+    const bool seenAll = seen < kFramesToLookAt;
+    summary.counted = options.count || seenAll;
+    if (options.count && !seenAll) {
         const int32_t result = tvkCreateVideoIndexTable(opened.stream);
         if (result != 0) throw ToolError(exitFailed, options.path + ": counting failed: " + describeError(result));
     }
     tvkGetVideoStreamInfo(opened.stream, &summary.info);
     summary.rate = frameRate(summary.facts);
     summary.aspect = sampleAspect(summary.facts, summary.info.width, summary.info.height);
-    if (!options.count && !bitRateTells(summary)) summary.info.frameCount = 0;
+    if (seenAll) summary.info.frameCount = seen;
+    if (!summary.counted && !bitRateTells(summary)) summary.info.frameCount = 0;
     summary.seconds = summary.info.frameCount * static_cast<double>(summary.rate.denominator) / summary.rate.numerator;
     return summary;
 }
@@ -84,7 +89,7 @@ void printText(const InfoOptions &options, const Summary &summary) {
     if (info.frameCount == 0) {
         std::printf("Duration     unknown; --count reads the whole file to tell\n");
     } else {
-        std::printf("Duration     %s%s (%u frames)\n", options.count ? "" : "about ", clock(summary.seconds).c_str(),
+        std::printf("Duration     %s%s (%u frames)\n", summary.counted ? "" : "about ", clock(summary.seconds).c_str(),
                     info.frameCount);
     }
 }
@@ -104,7 +109,7 @@ void printJson(const InfoOptions &options, const Summary &summary) {
     out["bitRate"] = bitRateTells(summary) ? nlohmann::ordered_json(info.bitRate) : nullptr;
     out["frames"] = info.frameCount ? nlohmann::ordered_json(info.frameCount) : nullptr;
     out["seconds"] = info.frameCount ? nlohmann::ordered_json(summary.seconds) : nullptr;
-    out["counted"] = options.count;
+    out["counted"] = summary.counted;
     // A file name need not be UTF-8; JSON text has to be.
     std::printf("%s\n", out.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
 }

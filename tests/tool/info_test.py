@@ -33,6 +33,14 @@ class Info(unittest.TestCase):
                 numerator, denominator = facts["frameRate"]
                 self.assertAlmostEqual(facts["seconds"], known.frames * denominator / numerator)
 
+    def test_shortFileIsCountedWithoutBeingAsked(self):
+        facts = json.loads(info(CLIPS / "pulldown.m2v", "--json"))
+        self.assertEqual((facts["counted"], facts["frames"]), (True, 16))
+
+    def test_rateThatSaysNothingGivesNoDuration(self):
+        facts = json.loads(info(CLIPS / "demo.m2v", "--json"))
+        self.assertEqual((facts["bitRate"], facts["frames"], facts["seconds"]), (None, None, None))
+
     def test_textNamesSizeRateAndScan(self):
         text = info(CLIPS / "interlaced_bff.m2v")
         for words in ("MPEG-2, Main@", "240 x 192, 4:2:0", "29.970 (30000/1001)", "bottom field first"):
