@@ -95,6 +95,11 @@ Ratio frameRate(const StreamFacts &facts) {
                    uint64_t{base.denominator} * (facts.extension.frameRateExtensionD + 1u));
 }
 
+double periodsPerFrame(const StreamFacts &facts) {
+    if (isProgressive(facts) || facts.tally.frames == 0) return 1.0;
+    return 1.0 + 0.5 * facts.tally.repeatFirstField / facts.tally.frames;
+}
+
 Ratio sampleAspect(const StreamFacts &facts, uint32_t width, uint32_t height) {
     const uint8_t code = facts.sequence.aspectRatioCode;
     if (!facts.hasExtension) return reduced(10000, kMpeg1SampleHeight[code <= 14 ? code : 0]);

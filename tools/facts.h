@@ -36,6 +36,8 @@ enum class Scan { progressive, topFieldFirst, bottomFieldFirst };
 VideoFrame *nextFrameWithFacts(OpenedStream &opened, StreamFacts &facts);
 
 Ratio frameRate(const StreamFacts &facts);
+// Frame periods that a decoded frame lasts on average: more than 1 where fields are repeated, as in 3:2 pulldown.
+double periodsPerFrame(const StreamFacts &facts);
 // Width to height of one sample of a picture of this size.
 Ratio sampleAspect(const StreamFacts &facts, uint32_t width, uint32_t height);
 // How the first picture is to be shown.

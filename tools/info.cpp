@@ -58,7 +58,8 @@ Summary summarise(const InfoOptions &options) {
     summary.aspect = sampleAspect(summary.facts, summary.info.width, summary.info.height);
     if (seenAll) summary.info.frameCount = seen;
     if (!summary.counted && !bitRateTells(summary)) summary.info.frameCount = 0;
-    summary.seconds = summary.info.frameCount * static_cast<double>(summary.rate.denominator) / summary.rate.numerator;
+    summary.seconds =
+        summary.info.frameCount * periodsPerFrame(summary.facts) * summary.rate.denominator / summary.rate.numerator;
     return summary;
 }
 

@@ -31,7 +31,8 @@ class Info(unittest.TestCase):
                 self.assertTrue(facts["counted"])
                 self.assertEqual(facts["frames"], known.frames)
                 numerator, denominator = facts["frameRate"]
-                self.assertAlmostEqual(facts["seconds"], known.frames * denominator / numerator)
+                periods = known.frames * (1.25 if name == "pulldown.m2v" else 1)
+                self.assertAlmostEqual(facts["seconds"], periods * denominator / numerator)
 
     def test_shortFileIsCountedWithoutBeingAsked(self):
         facts = json.loads(info(CLIPS / "pulldown.m2v", "--json"))
