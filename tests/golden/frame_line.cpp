@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 #include <nettle/md5.h>
@@ -40,6 +39,14 @@ std::vector<fs::path> filesOf(const std::string &folder) {
         if (entry.is_regular_file()) files.push_back(entry.path());
     std::sort(files.begin(), files.end());
     return files;
+}
+
+// "NAME.pP.rR" into its parts.
+bool splitSuffix(const std::string &fileName, ExpectedClip &clip) {
+    const size_t dot = fileName.rfind(".p");
+    if (dot == std::string::npos || dot == 0) return false;
+    clip.name = fileName.substr(0, dot);
+    return std::sscanf(fileName.c_str() + dot, ".p%d.r%d", &clip.precision, &clip.reduce) == 2;
 }
 
 void append(ExpectedClip &clip, const std::string &text, bool &whole) {
@@ -78,13 +85,10 @@ bool fromText(const std::string &text, FrameLine &line) {
 }
 
 std::vector<ExpectedClip> readExpectedFolder(const std::string &folder) {
-    static const std::regex pattern("(.+)\\.p([12])\\.r([1248])");
     std::vector<ExpectedClip> clips;
     for (const fs::path &file : filesOf(folder)) {
-        std::smatch parts;
-        const std::string fileName = file.filename().string();
-        if (!std::regex_match(fileName, parts, pattern)) continue;
-        ExpectedClip clip{parts[1], std::stoi(parts[2]), std::stoi(parts[3]), {}};
+        ExpectedClip clip;
+        if (!splitSuffix(file.filename().string(), clip)) continue;
         std::ifstream in(file);
         bool whole = true;
         for (std::string text; std::getline(in, text);) append(clip, text, whole);
@@ -94,16 +98,16 @@ std::vector<ExpectedClip> readExpectedFolder(const std::string &folder) {
 }
 
 std::vector<ExpectedClip> readGoldenFolder(const std::string &folder) {
-    static const std::regex heading("p ([12]) r ([1248])");
     std::vector<ExpectedClip> clips;
     for (const fs::path &file : filesOf(folder)) {
         if (file.extension() != ".txt") continue;
         std::ifstream in(file);
         bool whole = true, headed = false;
         for (std::string text; std::getline(in, text);) {
-            std::smatch parts;
-            if (std::regex_match(text, parts, heading)) {
-                clips.push_back({file.stem().string(), std::stoi(parts[1]), std::stoi(parts[2]), {}});
+            ExpectedClip clip;
+            if (std::sscanf(text.c_str(), "p %d r %d", &clip.precision, &clip.reduce) == 2) {
+                clip.name = file.stem().string();
+                clips.push_back(std::move(clip));
                 whole = headed = true;
             } else if (headed) {
                 append(clips.back(), text, whole);

@@ -2,6 +2,7 @@
 // Sets of options that together reach the whole macroblock syntax.
 #pragma once
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,9 @@ namespace tvktest {
 struct Profile {
     std::string name;
     RandomStreamOptions options;
+
+    // How a failing test names its profile.
+    friend std::ostream &operator<<(std::ostream &out, const Profile &p) { return out << p.name; }
 };
 
 inline RandomStreamOptions mpeg1Options() {
