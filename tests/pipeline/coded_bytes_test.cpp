@@ -212,7 +212,7 @@ TEST(LastFrameNumber, comesFromTheLastGroupsTimeCode) {
 
 TEST(LastFrameNumber, endsWithTheInput) {
     TinyStream tiny("S");
-    tiny.add("GIP").addGroup(1, 0).add("IP");
+    tiny.add("GIPP").addGroup(1, 0).add("IP");
     Player player(tiny);
     player.step();
     uint32_t number = 0;
