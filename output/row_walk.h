@@ -74,8 +74,8 @@ RowPlan planRow(const ConversionJob &job, int32_t targetRowBytes) {
     return plan;
 }
 
-template <class Step, class L>
-void convertTail(const JobMasks<L> &masks, const RowPlan &plan, const RowSet &rows) {
+template <class Step, class Masks>
+void convertTail(const Masks &masks, const RowPlan &plan, const RowSet &rows) {
     alignas(16) uint8_t luma[2][kGroupSamples] = {};
     alignas(16) uint8_t chroma[2 * kGroupSamples] = {};
     alignas(16) uint8_t target[2][4 * kGroupSamples + 16];
@@ -87,8 +87,8 @@ void convertTail(const JobMasks<L> &masks, const RowPlan &plan, const RowSet &ro
         std::memcpy(rows.target[i], target[i], static_cast<size_t>(plan.tailBytes));
 }
 
-template <class Step, class L>
-void convertRow(const JobMasks<L> &masks, const RowPlan &plan, RowSet rows) {
+template <class Step, class Masks>
+void convertRow(const Masks &masks, const RowPlan &plan, RowSet rows) {
     for (int32_t g = 0; g < plan.wholeGroups; ++g) {
         Step::group(masks, rows);
         for (int i = 0; i < Step::kLumaRows; ++i) rows.luma[i] += kGroupSamples;
