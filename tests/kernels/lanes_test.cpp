@@ -126,10 +126,23 @@ TYPED_TEST(Lanes, addAndSubtract) {
     using L = TypeParam;
     this->template check<int16_t>(OP(L::addSat(a, b)), FORMULA(clamp16(a + b)));
     this->template check<int16_t>(OP(L::subSat(a, b)), FORMULA(clamp16(a - b)));
+    this->template check<uint8_t>(OP(L::subSat(a, b)), FORMULA(a > b ? a - b : 0));
     this->template check<int16_t>(OP(L::addWrap(a, b)), FORMULA(a + b));
     this->template check<int16_t>(OP(L::subWrap(a, b)), FORMULA(a - b));
     this->template check<int32_t>(OP(L::addWrap(a, b)), FORMULA(int64_t{a} + b));
     this->template check<int32_t>(OP(L::subWrap(a, b)), FORMULA(int64_t{a} - b));
+}
+
+TYPED_TEST(Lanes, keepTheirBitsInOtherWidths) {
+    using L = TypeParam;
+    this->template checkWhole<uint8_t, int16_t>(
+        OP(L::asI16(a)), [](const uint8_t *a, const uint8_t *, size_t k) { return a[2 * k] + 256 * a[2 * k + 1]; });
+    this->template checkWhole<int16_t, uint8_t>(OP(L::asU8(a)), [](const int16_t *a, const int16_t *, size_t k) {
+        return k % 2 == 0 ? a[k / 2] & 255 : (a[k / 2] >> 8) & 255;
+    });
+    this->template checkWhole<int16_t, int32_t>(OP(L::asI32(a)), [](const int16_t *a, const int16_t *, size_t k) {
+        return int64_t{a[2 * k + 1]} * 65536 + (a[2 * k] & 0xFFFF);
+    });
 }
 
 TYPED_TEST(Lanes, multiply) {
