@@ -107,7 +107,7 @@ TEST(InterSkip, skippedBMacroblocksOfAFrameRepeatTheFrameVector) {
             s.setMotion(Motion::frame, directions & 1, directions & 2);
             s.randomVectors(20);
             s.worker->previousMotionForward = directions & 1;
-            s.worker->previousMotionBackward = directions >> 1;
+            s.worker->previousMotionBackward = (directions & 2) != 0;
             s.predict(2, 2);
             s.predict(3, 2);
             s.setIntra();
