@@ -96,13 +96,22 @@ inline void sumBilinear(ReducedSums<k> &sums, const PlaneView &plane, int64_t of
     }
 }
 
+// Lines of a pair's window that weigh anything in the pair's two rows, by phase: those behind are not read, since they
+// may lie behind the plane.
+constexpr int32_t windowLines(int32_t phase) {
+    int32_t lines = 4;
+    while (kFrameLineWeights[phase][lines - 1] == 0 && kFrameLineWeights[phase + 2][lines - 1] == 0) --lines;
+    return lines;
+}
+
 template <PictureKind k, int step>
 inline void sumLineWindow(ReducedSums<k> &sums, const PlaneView &plane, int64_t offset, ReducedRead r, int32_t rows) {
     constexpr int32_t base = ReducedSums<k>::base, bytes = ReducedShape<k>::bytes;
     const int32_t right = r.phaseX ? step : 0;
-    const uint8_t *p = clampReduced(plane, offset, rows + 2, bytes + right);
-    int32_t across[ReducedShape<k>::maxRows + 2][bytes];
-    for (int32_t line = 0; line < rows + 2; ++line) {
+    const int32_t lines = rows - 2 + windowLines(r.phaseY);
+    const uint8_t *p = clampReduced(plane, offset, lines, bytes + right);
+    int32_t across[ReducedShape<k>::maxRows + 2][bytes] = {};
+    for (int32_t line = 0; line < lines; ++line) {
         for (int32_t x = 0; x < bytes; ++x) across[line][x] = (base - r.phaseX) * p[x] + r.phaseX * p[x + right];
         p += plane.stride;
     }
@@ -151,25 +160,24 @@ constexpr uint8_t clampSample(int32_t v) {
 enum class Combine : uint8_t {
     sum,       // one rounding over all sources together: (sums + half) / (sources * total) + residual
     truncate,  // two sources at half and quarter size: each rounded, (2 residual + a + b) >> 1
-    twoPass    // eighth size: the first half of the sources stored, the second half with twice the residual clamped,
-               // then pavg
+    twoPass    // eighth size: the first source stored, the second with twice the residual clamped, then pavg
 };
 
-// The rounded mean of some sources' sums, from source `first` on.
-template <PictureKind k, int count, int sources>
-constexpr int32_t roundedMean(const int32_t (&sum)[sources], int first) {
+// The mean of `count` sources with their sums added up, rounded to nearest.
+template <PictureKind k, int count>
+constexpr int32_t roundedMean(int32_t sum) {
     constexpr uint32_t total = static_cast<uint32_t>(count * ReducedSums<k>::total);
-    uint32_t all = total / 2;
-    for (int i = first; i < first + count; ++i) all += static_cast<uint32_t>(sum[i]);
-    return static_cast<int32_t>(all / total);
+    return static_cast<int32_t>((static_cast<uint32_t>(sum) + total / 2) / total);
 }
 
 template <PictureKind k, int sources, Combine combine>
 constexpr uint8_t combineSums(const int32_t (&sum)[sources], int32_t residual) {
     if constexpr (combine == Combine::sum) {
-        return clampSample(roundedMean<k, sources>(sum, 0) + residual);
+        int32_t all = 0;
+        for (int32_t s : sum) all += s;
+        return clampSample(roundedMean<k, sources>(all) + residual);
     } else {
-        const int32_t a = roundedMean<k, sources / 2>(sum, 0), b = roundedMean<k, sources / 2>(sum, sources / 2);
+        const int32_t a = roundedMean<k, 1>(sum[0]), b = roundedMean<k, 1>(sum[1]);
         if constexpr (combine == Combine::truncate)
             return clampSample((2 * residual + a + b) >> 1);
         else
@@ -257,7 +265,8 @@ void predictReduced(SliceWorker *w, const MacroblockTarget &t, PredictedRows cod
     }
 }
 
-// How several sources of a kind meet. At eighth size the frame pictures of 4:2:0 take two passes, all others one.
+// How the sources of one frame or field meet. At eighth size the frame pictures of 4:2:0 take two passes for two
+// directions, all others one.
 template <PictureKind k, int count>
 constexpr Combine combineOf() {
     if (count == 1) return Combine::sum;

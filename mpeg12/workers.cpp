@@ -35,11 +35,22 @@ void writeFlag(uint32_t &flag, uint32_t value) {
     std::atomic_ref<uint32_t>(flag).store(value, std::memory_order_release);
 }
 
+// At eighth size a second field is stored over the lines of the first that it is predicted from, so that its slices
+// depend on each other.
+bool slicesInOrder(const VideoStream *stream) {
+    return stream->settings.reduceCoefficient == 8 && stream->frames.fieldPending != 0 &&
+           stream->headers.pictureCoding.pictureStructure != structureFrame;
+}
+
 // The worker's share: every threadCount-th slice from its own index on.
 void decodeShare(SliceWorker *worker) {
-    const PictureUnit &unit = *worker->stream->input->unit;
+    const VideoStream *stream = worker->stream;
+    const PictureUnit &unit = *stream->input->unit;
     const SliceEntries slices = sliceEntries(unit);
-    for (int64_t n = worker->workerIndex; n < slices.count; n += worker->stream->threadCount) {
+    const bool inOrder = slicesInOrder(stream);
+    if (inOrder && worker->workerIndex != 0) return;
+    const int64_t step = inOrder ? 1 : stream->threadCount;
+    for (int64_t n = worker->workerIndex; n < slices.count; n += step) {
         SetBytePosition(worker->reader, unit.startOffsets[slices.first + n]);
         DecodeSlice(worker);
     }
