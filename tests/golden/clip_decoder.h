@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,11 @@ namespace tvktest {
 
 struct DecodeSettings {
     int32_t precision = 1, reduce = 1, threads = 1;
+
+    // How a failing test names its settings.
+    friend std::ostream &operator<<(std::ostream &out, const DecodeSettings &s) {
+        return out << "precision " << s.precision << ", reduce " << s.reduce << ", threads " << s.threads;
+    }
 };
 
 // Calls `frame` with each delivered frame until it returns false. Empty when all went well, else what failed.
