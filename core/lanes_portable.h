@@ -96,9 +96,6 @@ struct PortableLanes {
     static I16x8 mulLo(I16x8 a, I16x8 b) {
         return map16([&](int i) { return a.v[i] * b.v[i]; });
     }
-    static I32x4 mulLo(I32x4 a, I32x4 b) {
-        return map32([&](int i) { return bits(a.v[i]) * bits(b.v[i]); });
-    }
     // a[2i] * b[2i] + a[2i + 1] * b[2i + 1] modulo 2^32
     static I32x4 maddPairs(I16x8 a, I16x8 b) {
         return map32([&](int i) { return bits(a.v[2 * i] * b.v[2 * i]) + bits(a.v[2 * i + 1] * b.v[2 * i + 1]); });
@@ -209,6 +206,9 @@ struct PortableLanes {
     // The same bits as lanes of another width, the lower lane in the lower bits
     static I16x8 asI16(U8x16 a) {
         return map16([&](int i) { return a.v[2 * i] | a.v[2 * i + 1] << 8; });
+    }
+    static I16x8 asI16(I32x4 a) {
+        return map16([&](int i) { return a.v[i >> 1] >> (16 * (i & 1)); });
     }
     static U8x16 asU8(I16x8 a) {
         return map8([&](int i) { return a.v[i >> 1] >> (8 * (i & 1)); });

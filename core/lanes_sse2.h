@@ -69,13 +69,6 @@ struct Sse2Lanes {
     static I32x4 subWrap(I32x4 a, I32x4 b) { return {_mm_sub_epi32(a.v, b.v)}; }
     static I16x8 mulHi(I16x8 a, I16x8 b) { return {_mm_mulhi_epi16(a.v, b.v)}; }
     static I16x8 mulLo(I16x8 a, I16x8 b) { return {_mm_mullo_epi16(a.v, b.v)}; }
-    // SSE2 multiplies 32-bit lanes two at a time, 0 and 2.
-    static I32x4 mulLo(I32x4 a, I32x4 b) {
-        const __m128i even = _mm_mul_epu32(a.v, b.v);
-        const __m128i odd = _mm_mul_epu32(_mm_srli_epi64(a.v, 32), _mm_srli_epi64(b.v, 32));
-        return {_mm_unpacklo_epi32(_mm_shuffle_epi32(even, _MM_SHUFFLE(0, 0, 2, 0)),
-                                   _mm_shuffle_epi32(odd, _MM_SHUFFLE(0, 0, 2, 0)))};
-    }
     static I32x4 maddPairs(I16x8 a, I16x8 b) { return {_mm_madd_epi16(a.v, b.v)}; }
     static I16x8 min(I16x8 a, I16x8 b) { return {_mm_min_epi16(a.v, b.v)}; }
     static I16x8 max(I16x8 a, I16x8 b) { return {_mm_max_epi16(a.v, b.v)}; }
@@ -143,6 +136,7 @@ struct Sse2Lanes {
         return {_mm_shuffle_epi32(a.v, _MM_SHUFFLE(n, n, n, n))};
     }
     static I16x8 asI16(U8x16 a) { return {a.v}; }
+    static I16x8 asI16(I32x4 a) { return {a.v}; }
     static U8x16 asU8(I16x8 a) { return {a.v}; }
     static I32x4 asI32(I16x8 a) { return {a.v}; }
     static I32x4 reverse32(I32x4 a) { return {_mm_shuffle_epi32(a.v, _MM_SHUFFLE(0, 1, 2, 3))}; }

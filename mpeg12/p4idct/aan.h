@@ -44,7 +44,7 @@ struct WideArithmetic {
     static V byTop(V a) { return times<14>(a, 30274); }
     static V byInner(V a) { return times<14>(a, 17734); }
     static V byOuter(V a) { return times<13>(a, 21407); }
-    static V byMinusOuter(V a) { return times<13>(a, -21407); }
+    static V byMinusOuter(V a) { return L::subWrap(L::zero32(), byOuter(a)); }
     static V byEven(V a) { return times<16>(a, 27146); }
 
     // (p + (p < 0 ? -1 : 0) + 2^(n - 1)) >> n: to nearest, ties away from zero
@@ -53,9 +53,17 @@ struct WideArithmetic {
         const V sign = L::template shrArith<31>(p);
         return L::template shrArith<n>(L::addWrap(L::addWrap(p, sign), L::splat32(1 << (n - 1))));
     }
+    // round<n>(a * factor) with the product whole, for |a| below 2^23 and positive factors below 2^15: the product is
+    // 256 * high + low, of which the low part's own low byte cannot reach the result. What goes in is four sums of at
+    // most 12 times the doubled 16-bit coefficients, below 2^22.
     template <int n>
     static V times(V a, int32_t factor) {
-        return round<n>(L::mulLo(a, L::splat32(factor)));
+        const auto f = L::asI16(L::splat32(factor));
+        const V high = L::maddPairs(L::asI16(L::template shrArith<8>(a)), f);
+        const V low = L::maddPairs(L::bitAnd(L::asI16(a), L::asI16(L::splat32(255))), f);
+        const V sign = L::template shrArith<31>(a);
+        const V rounded = L::addWrap(L::addWrap(low, sign), L::splat32(1 << (n - 1)));
+        return L::template shrArith<n - 8>(L::addWrap(high, L::template shrArith<8>(rounded)));
     }
 };
 
