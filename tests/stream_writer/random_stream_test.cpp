@@ -184,8 +184,7 @@ TEST(RandomStreamFacts, mpeg1ReachesStuffingAndEscapes) {
 }
 
 TEST(RandomStreamFacts, widePicturesReachEscapedIncrements) {
-    for (const Profile &p : allProfiles())
-        EXPECT_TRUE(p.name != "wide" || factsOf(p.options).escapedIncrements > 0);
+    for (const Profile &p : allProfiles()) EXPECT_TRUE(p.name != "wide" || factsOf(p.options).escapedIncrements > 0);
 }
 
 }  // namespace
