@@ -147,9 +147,9 @@ struct Inter {
         if (forward || backward) predictTogether<2>(w, t, {fields(s, 0), fields(s, 1)});
     }
 
-    template <int count, Combine combine = Combine::sum>
+    template <int count>
     static void predictTogether(SliceWorker *w, const MacroblockTarget &t, const PredictionSource (&sources)[count]) {
-        predictReduced<k, count, combine>(w, t, kAllRows, LineForm::field, sources);
+        predictReduced<k, count, Combine::sum>(w, t, kAllRows, LineForm::field, sources);
     }
 
     static void predictField(SliceWorker *w, const MacroblockTarget &t, bool forward, bool backward) {
@@ -189,8 +189,7 @@ struct Inter {
                 same[parity].y = y;
                 other[parity] = source(w, kForward, w->derivedVector[parity], 1 - parity);
             }
-            if constexpr (k.reduce == 8)
-                return predictTogether<4, combineOf<k, 4>()>(w, t, {same[0], same[1], other[0], other[1]});
+            if constexpr (k.reduce == 8) return predictTogether<4>(w, t, {same[0], same[1], other[0], other[1]});
             for (int32_t parity = 0; parity < 2; ++parity)
                 predictFrom<2>(w, t, fieldRows(parity), {same[parity], other[parity]});
         }

@@ -160,8 +160,7 @@ constexpr uint8_t clampSample(int32_t v) {
 enum class Combine : uint8_t {
     sum,       // one rounding over all sources together: (sums + half) / (sources * total) + residual
     truncate,  // two sources at half and quarter size: each rounded, (2 residual + a + b) >> 1
-    twoPass    // eighth size: the first source (or first half) stored, the second with twice the residual clamped, then
-               // pavg
+    twoPass    // eighth size: the first source stored, the second with twice the residual clamped, then pavg
 };
 
 // The mean of `count` sources with their sums added up, rounded to nearest.
@@ -178,13 +177,7 @@ constexpr uint8_t combineSums(const int32_t (&sum)[sources], int32_t residual) {
         for (int32_t s : sum) all += s;
         return clampSample(roundedMean<k, sources>(all) + residual);
     } else {
-        constexpr int half = sources / 2;
-        int32_t first = 0, second = 0;
-        for (int i = 0; i < half; ++i) {
-            first += sum[i];
-            second += sum[half + i];
-        }
-        const int32_t a = roundedMean<k, half>(first), b = roundedMean<k, half>(second);
+        const int32_t a = roundedMean<k, 1>(sum[0]), b = roundedMean<k, 1>(sum[1]);
         if constexpr (combine == Combine::truncate)
             return clampSample((2 * residual + a + b) >> 1);
         else
