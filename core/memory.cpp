@@ -4,6 +4,8 @@
 
 #include <cstdlib>
 
+#include <unistd.h>
+
 namespace tvk {
 
 std::atomic<AllocationHook> allocationHook{nullptr};
@@ -68,6 +70,11 @@ void releaseAligned(void *block) {
 
 size_t alignedSize(const void *block) {
     return block ? originOf(block)->size : 0;
+}
+
+uint64_t machineMemory() {
+    const long pages = sysconf(_SC_PHYS_PAGES), bytes = sysconf(_SC_PAGESIZE);
+    return pages > 0 && bytes > 0 ? static_cast<uint64_t>(pages) * static_cast<uint64_t>(bytes) : UINT64_MAX;
 }
 
 }  // namespace tvk

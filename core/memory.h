@@ -29,6 +29,9 @@ void releaseAligned(void *block);
 // The size that the block was asked for; 0 for null.
 size_t alignedSize(const void *block);
 
+// Bytes that the machine has. Linux grants more than that and ends the process that uses it.
+uint64_t machineMemory();
+
 // For tests. The hook is asked before every allocation and says whether it may go on; null allows all.
 using AllocationHook = bool (*)(size_t size);
 extern std::atomic<AllocationHook> allocationHook;

@@ -203,11 +203,12 @@ void awaitWorkers(VideoStream *stream) {
         addCounters(stream->counters, stream->workers.workers[i]->counters);
 }
 
-// The walk of the table goes on behind the last slice.
+// The walk of the table goes on behind the last slice, never back to entries that it has passed: whatever the source
+// says, a walk ends.
 void passSlices(PictureUnit &unit) {
     const int32_t capacity = static_cast<int32_t>(std::size(unit.startOffsets));
     const int32_t entries = std::clamp(unit.entryCount, 0, capacity);
-    unit.currentEntry = std::clamp(unit.lastSlice, -1, entries - 1) + 1;
+    unit.currentEntry = std::max(unit.currentEntry, std::clamp(unit.lastSlice, -1, entries - 1) + 1);
 }
 
 }  // namespace

@@ -204,6 +204,15 @@ int32_t stepBackBySeek(VideoStream *stream) {
     return result != 0 ? result : setFrameNumber(stream, target);
 }
 
+// A ring that could not be filled without all the machine's memory is not begun. Its count of frames stays far below
+// 31 bits, as the fills need, which stand one beyond the sizes.
+bool machineHolds(const VideoStream *stream, size_t count) {
+    const VideoFrame *frame = stream->frames.workFrame[0];
+    if (!frame) return false;
+    const uint64_t bytes = sizeof *frame + alignedSize(frame->lumaPlane.data) + alignedSize(frame->chromaPlane.data);
+    return count <= std::min<uint64_t>(machineMemory() / 2 / bytes, INT32_MAX / 2);
+}
+
 bool isKept(uint32_t status) {
     return status == statusEndOfStream || status == statusWaitingForData;
 }
@@ -256,6 +265,7 @@ void buildRing(VideoStream *stream) {
     destroyRing(stream);
     if (!ringWanted(ring)) return;
     const size_t count = frameCount(ring);
+    if (!machineHolds(stream, count)) return;
     VideoFrame **places = allocateArray<VideoFrame *>(count);
     VideoFrame **frames = allocateArray<VideoFrame *>(count);
     if (!places || !frames) {
