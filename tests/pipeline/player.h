@@ -72,8 +72,9 @@ struct Player {
     static std::string describe(const VideoFrame &frame) {
         const char *letters = "?IPBD";
         const int type = frame.pictureCodingType;
-        return std::string(1, type >= 0 && type <= 4 ? letters[type] : '?') + std::to_string(frame.frameNumber) + "/" +
-               std::to_string(frame.streamNumber);
+        std::string text(1, type >= 0 && type <= 4 ? letters[type] : '?');
+        text.append(std::to_string(frame.frameNumber)).append("/").append(std::to_string(frame.streamNumber));
+        return text;
     }
 
     VideoFrame *current() {
