@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "core/inline.h"
 #include "input/bit_reader.h"
 
 namespace tvk {
@@ -12,13 +13,23 @@ namespace tvk {
 // After refill() at least 32 bits are valid, more than any single element but a matrix takes.
 struct BitWindow {
     uint64_t window;
-    const uint32_t *next;  // the first word not in the window yet
-    const uint32_t *end;   // first word behind the unit's coded bytes; kUnitPadding zero bytes follow
     int32_t valid;
+    const uint32_t *next;  // the first word not in the window yet
 };
 
+// A copy to work on in registers, and back. Member by member: a copy of the whole record would be read with loads that
+// are wider than the stores just made, and would wait for these to reach the cache.
+TVK_INLINE BitWindow copyOf(const BitWindow &b) {
+    return {b.window, b.valid, b.next};
+}
+TVK_INLINE void putBack(BitWindow &to, const BitWindow &b) {
+    to.window = b.window;
+    to.valid = b.valid;
+    to.next = b.next;
+}
+
 // A word is taken when fewer than 32 bits are valid; written without a branch, since refills follow no pattern.
-inline void refill(BitWindow &b) {
+TVK_INLINE void refill(BitWindow &b) {
     const uint64_t word = *b.next;
     const bool take = b.valid < 32;
     b.window |= take ? word << ((32 - b.valid) & 63) : 0;
@@ -26,17 +37,18 @@ inline void refill(BitWindow &b) {
     b.valid += take ? 32 : 0;
 }
 
-inline uint32_t peek(const BitWindow &b, int32_t n) {
+// n from 1 to 32.
+TVK_INLINE uint32_t peek(const BitWindow &b, int32_t n) {
     return static_cast<uint32_t>(b.window >> (64 - n));
 }
 
-inline void skip(BitWindow &b, int32_t n) {
-    b.window <<= n;
+TVK_INLINE void skip(BitWindow &b, int32_t n) {
+    b.window <<= n & 63;
     b.valid -= n;
 }
 
 // n from 1 to 32; the window must hold them.
-inline uint32_t take(BitWindow &b, int32_t n) {
+TVK_INLINE uint32_t take(BitWindow &b, int32_t n) {
     const uint32_t value = peek(b, n);
     skip(b, n);
     return value;
@@ -44,16 +56,15 @@ inline uint32_t take(BitWindow &b, int32_t n) {
 
 inline void openWindow(BitWindow &b, const BitReader &r) {
     b.next = r.wordPointer;
-    b.end = r.bufferStart + (r.byteCount + 3) / 4;
     b.window = static_cast<uint64_t>(*b.next++) << 32;
     b.valid = 32;
     skip(b, 31 - r.bitPosition);
     refill(b);
 }
 
-// True once all coded words were taken into the window and used up.
-inline bool exhausted(const BitWindow &b) {
-    return b.next > b.end + 1;
+// True once all coded words of the unit were taken into the window and used up; kUnitPadding zero bytes follow them.
+inline bool exhausted(const BitWindow &b, const BitReader &r) {
+    return b.next > r.bufferStart + (r.byteCount + 3) / 4 + 1;
 }
 
 }  // namespace tvk

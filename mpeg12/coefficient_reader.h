@@ -3,8 +3,9 @@
 #pragma once
 
 #include <bit>
-#include <cstring>
+#include <type_traits>
 
+#include "core/lanes.h"
 #include "mpeg12/coefficient_tables.h"
 #include "mpeg12/vlc.h"
 #include "mpeg12/worker.h"
@@ -36,10 +37,12 @@ inline int32_t blockCount(const SliceWorker *w) {
 
 // Zeroes what the last macroblock left.
 inline void clearBlocks(SliceWorker *w) {
+    using L = NativeLanes;
     for (uint32_t dirty = w->dirtyBlocks; dirty != 0;) {
         const int32_t block = std::countl_zero(dirty);
         dirty &= ~(kFirstBlockBit >> block);
-        std::memset(w->blocks + block * kBlockValues, 0, kBlockValues * sizeof(int16_t));
+        int16_t *values = w->blocks + block * kBlockValues;
+        for (int32_t i = 0; i < kBlockValues; i += 8) L::storeA(values + i, L::zero16());
     }
     w->dirtyBlocks = 0;
 }
@@ -81,30 +84,59 @@ inline RunLevel readEscape(BitWindow &b, bool mpeg1) {
     return {level, static_cast<int32_t>(bits >> 8) + 1};
 }
 
-// Run-level codes up to the end of block. `quantise(level, storage position)` makes the value that is stored;
-// `position` counts scan positions and is taken modulo 64: a run past the end wraps to the scan's beginning. Under
-// `interleaved` the block's rows lie 16 values apart. Non-intra levels are doubled with the sign added.
-// Returns the last position as counted, or kBadCoefficient behind an invalid code.
-template <bool intra, class Quantise>
-inline int32_t readRunLevels(BitWindow &b, const CoefficientSet &set, const uint8_t *scan, bool mpeg1, int16_t *block,
-                             uint32_t rowMask, int32_t position, const Quantise &quantise) {
-    for (;;) {
-        refill(b);
-        const CoefficientCode code = findCoefficient(set, peek(b, kLongestCoefficientCode));
-        skip(b, code.length);
-        RunLevel pair = {code.level, code.step};
-        if (code.step & stepSpecial) [[unlikely]] {
-            if (code.step == stepEndOfBlock) return position;
-            if (code.step == stepInvalid) return kBadCoefficient;
-            refill(b);
-            pair = readEscape(b, mpeg1);
-            if (!intra) pair.level = 2 * pair.level + (pair.level > 0 ? 1 : -1);
-        }
+// One block's run-level codes, from the position given up to the end of block. `quantise(level, storage position)`
+// makes the value that is stored; `position` counts scan positions and is taken modulo 64: a run past the end wraps to
+// the scan's beginning. An interleaved block's rows lie 16 values apart. Non-intra levels are doubled, the sign added.
+template <bool intra, bool interleaved, class Quantise>
+struct RunLevelReader {
+    BitWindow &b;
+    const CoefficientSet &set;
+    const uint8_t *scan;
+    bool mpeg1;
+    int16_t *block;
+    int32_t position;
+    const Quantise &quantise;
+
+    enum class Step : uint8_t { goOn, finished, invalid };
+
+    TVK_INLINE void store(RunLevel pair) {
         position += pair.step;
         const uint32_t s = scan[position & 63];
-        block[s + (s & rowMask)] = quantise(pair.level, s);
+        const uint32_t rows = interleaved ? s & ~7u : 0;
+        block[s + rows] = quantise(pair.level, s);
     }
-}
+
+    TVK_INLINE Step apply(CoefficientCode code) {
+        skip(b, code.length);
+        if (code.step & stepSpecial) [[unlikely]] {
+            if (code.step == stepEndOfBlock) return Step::finished;
+            if (code.step == stepInvalid) return Step::invalid;
+            refill(b);
+            RunLevel pair = readEscape(b, mpeg1);
+            if (!intra) pair.level = 2 * pair.level + (pair.level > 0 ? 1 : -1);
+            store(pair);
+            return Step::goOn;
+        }
+        store({code.level, code.step});
+        return Step::goOn;
+    }
+
+    // The last position as counted, or kBadCoefficient behind an invalid code. A refill serves two codes, of which the
+    // second must be one that the first array knows: of 32 valid bits a code leaves 15 at the least.
+    TVK_INLINE int32_t read() {
+        for (;;) {
+            refill(b);
+            Step step = apply(findCoefficient(set, peek(b, kLongestCoefficientCode)));
+            if (step == Step::goOn) [[likely]] {
+                const uint32_t head = peek(b, kFirstArrayBits);
+                if (head < 8 || b.valid < kLongestCoefficientCode) [[unlikely]]
+                    continue;
+                step = apply(set.first[head]);
+            }
+            if (step != Step::goOn) return step == Step::finished ? position : kBadCoefficient;
+        }
+    }
+};
 
 // What a finished block tells the transforms. `limit` is the last scan position that the low form covers.
 inline void noteBlock(SliceWorker *w, int32_t i, int32_t position, int32_t limit) {
@@ -129,19 +161,22 @@ int32_t decodeIntraBlocks(SliceWorker *w) {
     clearBlocks(w);
     w->dirtyBlocks = ~(0xFFFFFFFFu >> blocks);
     w->lowBlockMask = w->dcOnlyBlockMask = 0;
-    BitWindow b = w->bits;
+    BitWindow b = copyOf(w->bits);
     int32_t result = 0;
     for (int32_t i = 0; i < blocks; ++i) {
         int16_t *block = w->blocks + i * kBlockValues;
         block[0] = form.dc(readDc(w, b, i));
-        const int32_t position = readRunLevels<true>(b, set, scan, mpeg1, block, 0, 0, form.block(i));
+        const auto &quantise = form.block(i);
+        const int32_t position =
+            RunLevelReader<true, false, std::decay_t<decltype(quantise)>>{b, set, scan, mpeg1, block, 0, quantise}
+                .read();
         if (position == kBadCoefficient) {
             result = -1;
             break;
         }
         noteBlock(w, i, position, Form::kLowLimit);
     }
-    w->bits = b;
+    putBack(w->bits, b);
     return result;
 }
 
@@ -161,7 +196,7 @@ int32_t decodeNonIntraBlocks(SliceWorker *w) {
     const bool mpeg1 = stream->streamType == 1;
     const bool fieldDct = h.pictureCoding.pictureStructure == structureFrame && w->macroblock.dctType == 1;
     const uint8_t *placement = stream->geometry.blockPlacement[fieldDct];
-    BitWindow b = w->bits;
+    BitWindow b = copyOf(w->bits);
     int32_t result = 0;
     while (coded != 0) {
         const int32_t i = std::countl_zero(coded);
@@ -169,7 +204,8 @@ int32_t decodeNonIntraBlocks(SliceWorker *w) {
         const bool interleaved = fieldDct && (i < 4 || blocks != 6);
         int16_t *block = w->blocks + 4 * placement[i];
         w->dirtyBlocks |= (interleaved ? 3 * (kFirstBlockBit >> 1) : kFirstBlockBit) >> (placement[i] >> 4);
-        const auto quantise = form.block(i);
+        const auto &quantise = form.block(i);
+        using Quantise = std::decay_t<decltype(quantise)>;
         refill(b);
         int32_t position = -1;
         // The first coefficient's code of one bit and a sign, which stands in no table: run 0, level 1 or -1.
@@ -178,15 +214,17 @@ int32_t decodeNonIntraBlocks(SliceWorker *w) {
             skip(b, 2);
             position = 0;
         }
-        position = readRunLevels<false>(b, kCoefficientsNonIntra, scan, mpeg1, block, interleaved ? ~7u : 0, position,
-                                        quantise);
+        const CoefficientSet &set = kCoefficientsNonIntra;
+        position = interleaved
+                       ? RunLevelReader<false, true, Quantise>{b, set, scan, mpeg1, block, position, quantise}.read()
+                       : RunLevelReader<false, false, Quantise>{b, set, scan, mpeg1, block, position, quantise}.read();
         if (position == kBadCoefficient) {
             result = -1;
             break;
         }
         noteBlock(w, i, position, Form::kLowLimit);
     }
-    w->bits = b;
+    putBack(w->bits, b);
     return result;
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 // Enters a code of 2 to 17 bits at every index that begins with it.
 constexpr void enter(CoefficientSet &set, uint32_t code, int32_t length, int32_t level, uint8_t step) {
-    const CoefficientCode entry{static_cast<int16_t>(level), step, static_cast<uint8_t>(length)};
+    const CoefficientCode entry{static_cast<uint8_t>(length), step, static_cast<int16_t>(level)};
     if (length <= 9) {
         for (uint32_t i = 0; i < 1u << (9 - length); ++i) set.first[(code << (9 - length)) + i] = entry;
     } else if (length <= 14) {
@@ -33,7 +33,7 @@ constexpr void enterRunLevel(CoefficientSet &set, const RunLevelCode &c, bool do
 template <size_t N>
 constexpr CoefficientSet buildSet(const RunLevelCode (&own)[N], CodeBits endOfBlock, bool doubled) {
     CoefficientSet set{};
-    const CoefficientCode invalid{0, stepInvalid, kLongestCoefficientCode};
+    const CoefficientCode invalid{kLongestCoefficientCode, stepInvalid, 0};
     for (CoefficientCode &c : set.first) c = invalid;
     for (CoefficientCode &c : set.second) c = invalid;
     for (CoefficientCode &c : set.third) c = invalid;

@@ -6,10 +6,11 @@
 
 namespace tvk {
 
+// The length comes first, in the lowest byte of the entry's word: a shift by it needs no extraction.
 struct CoefficientCode {
-    int16_t level;   // intra: -40..40. Non-intra: 2 * level + sign of level, -81..81. 0 in the special entries.
-    uint8_t step;    // run + 1, 1..32, or a mark of 0x80 and above
     uint8_t length;  // of the whole code with its sign bit, 2..17
+    uint8_t step;    // run + 1, 1..32, or a mark of 0x80 and above
+    int16_t level;   // intra: -40..40. Non-intra: 2 * level + sign of level, -81..81. 0 in the special entries.
 };
 
 enum CoefficientStep : uint8_t {
@@ -32,6 +33,8 @@ struct CoefficientSet {
 extern const CoefficientSet kCoefficientsNonIntra;  // B-14, levels doubled
 extern const CoefficientSet kCoefficientsIntraB14;
 extern const CoefficientSet kCoefficientsIntraB15;
+
+inline constexpr int32_t kFirstArrayBits = 9;
 
 // `next` holds the next 17 bits.
 inline const CoefficientCode &findCoefficient(const CoefficientSet &set, uint32_t next) {

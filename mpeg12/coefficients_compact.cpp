@@ -94,7 +94,7 @@ int32_t DecodeCoefficientsCompact(SliceWorker *w) {
     const bool mpeg1 = stream->streamType == 1;
     w->dirtyBlocks |= kFirstBlockBit;
 
-    BitWindow b = w->bits;
+    BitWindow b = copyOf(w->bits);
     for (int32_t i = 0; i < c.blocks; ++i) {
         int16_t kept[2] = {0, 0};
         bool valid = true;
@@ -115,11 +115,11 @@ int32_t DecodeCoefficientsCompact(SliceWorker *w) {
         }
         for (int32_t v = 0; v < c.valuesPerBlock; ++v) c.values[i * c.valuesPerBlock + v] = kept[v];
         if (!valid) {
-            w->bits = b;
+            putBack(w->bits, b);
             return -1;
         }
     }
-    w->bits = b;
+    putBack(w->bits, b);
     pairs ? DequantiseCompactPair(w, c) : DequantiseCompactSingle(w, c);
     return 0;
 }

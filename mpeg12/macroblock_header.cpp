@@ -11,9 +11,8 @@ namespace tvk {
 namespace {
 
 // MPEG-1 stuffing, any amount of it, then escapes of 33 and the increment itself.
-bool readAddress(SliceWorker *w, BitWindow &b) {
+TVK_INLINE bool readAddress(SliceWorker *w, BitWindow &b) {
     constexpr uint32_t kStuffing = 15;  // of 11 bits
-    constexpr int32_t kEscape = -1;
     refill(b);
     if (w->stream->streamType == 1) {
         while (peek(b, 11) == kStuffing) {
@@ -24,7 +23,7 @@ bool readAddress(SliceWorker *w, BitWindow &b) {
     const int16_t *table = vlcTable(vlcMacroblockIncrement);
     uint32_t increment = 0;
     int32_t value = DecodeVlc(b, table);
-    while (value == kEscape) {
+    while (value == kMacroblockEscape) {
         increment += 33;
         refill(b);
         value = DecodeVlc(b, table);
@@ -43,24 +42,25 @@ constexpr VlcTable kTypeTables[3][3] = {
     {vlcMacroblockTypeSnr, vlcMacroblockTypeSnr, vlcMacroblockTypeSnr},
 };
 
-bool readType(SliceWorker *w, BitWindow &b) {
+// The bits of macroblock_type, or kInvalidCode. What follows asks these and not the record's bytes just written: a load
+// that joins several young stores would wait for them to reach the cache.
+TVK_INLINE uint32_t readType(SliceWorker *w, BitWindow &b) {
     const Headers &h = w->stream->headers;
     const uint32_t type = h.picture.pictureCodingType;
-    int32_t flags = 0;
-    if (type >= pictureI && type <= pictureB) {
-        flags = DecodeVlc(b, vlcTable(kTypeTables[h.macroblockTypeSet][type - 1]));
-        if (flags == kInvalidCode) return false;
-    }
+    uint32_t flags = 0;
+    if (type >= pictureI && type <= pictureB)
+        flags = static_cast<uint32_t>(DecodeVlc(b, vlcTable(kTypeTables[h.macroblockTypeSet][type - 1])));
+    if (flags == kInvalidCode) return kInvalidCode;
     MacroblockRecord &m = w->macroblock;
-    m.spatialTemporalClasses = static_cast<uint8_t>(flags & 3);
-    m.spatialTemporalWeightFlag = static_cast<uint8_t>(flags >> 2 & 1);
-    m.macroblockIntra = static_cast<uint8_t>(flags >> 3 & 1);
-    m.macroblockPattern = static_cast<uint8_t>(flags >> 4 & 1);
-    m.macroblockMotionBackward = static_cast<uint8_t>(flags >> 5 & 1);
-    m.macroblockMotionForward = static_cast<uint8_t>(flags >> 6 & 1);
-    m.macroblockQuant = static_cast<uint8_t>(flags >> 7 & 1);
-    m.codedBlockMask = m.macroblockIntra ? 0xFFF00000 : 0;
-    return true;
+    m.spatialTemporalClasses = static_cast<uint8_t>(flags & typeClassMask);
+    m.spatialTemporalWeightFlag = (flags & typeWeightFlag) != 0;
+    m.macroblockIntra = (flags & typeIntra) != 0;
+    m.macroblockPattern = (flags & typePattern) != 0;
+    m.macroblockMotionBackward = (flags & typeBackward) != 0;
+    m.macroblockMotionForward = (flags & typeForward) != 0;
+    m.macroblockQuant = (flags & typeQuant) != 0;
+    m.codedBlockMask = (flags & typeIntra) ? 0xFFF00000 : 0;
+    return flags;
 }
 
 // Spatial and temporal weight classes by table index and code; the third byte is the class that motion types ask for.
@@ -72,7 +72,7 @@ constexpr uint8_t kSpatialTemporalRows[4][4][4] = {
     {{1, 3, 0, 1}, {0, 1, 2, 1}, {0, 3, 1, 2}, {0, 1, 2, 2}},
 };
 
-void readSpatialTemporalWeight(SliceWorker *w, BitWindow &b) {
+TVK_INLINE void readSpatialTemporalWeight(SliceWorker *w, BitWindow &b, uint32_t flags) {
     const Headers &h = w->stream->headers;
     MacroblockRecord &m = w->macroblock;
     constexpr uint8_t kNotScalable = 15;
@@ -82,12 +82,12 @@ void readSpatialTemporalWeight(SliceWorker *w, BitWindow &b) {
     }
     const uint32_t index = h.spatialScalable.spatialTemporalWeightTableIndex & 3;
     m.spatialTemporalWeightCode =
-        m.spatialTemporalWeightFlag && index != 0 ? static_cast<uint8_t>(take(b, 2)) : uint8_t{0};
+        (flags & typeWeightFlag) && index != 0 ? static_cast<uint8_t>(take(b, 2)) : uint8_t{0};
     std::memcpy(m.spatialTemporalRow, kSpatialTemporalRows[index][m.spatialTemporalWeightCode],
                 sizeof m.spatialTemporalRow);
 }
 
-void setPrediction(MacroblockRecord &m, uint8_t type, uint8_t vectors, uint8_t format, uint8_t dualPrime) {
+TVK_INLINE void setPrediction(MacroblockRecord &m, uint8_t type, uint8_t vectors, uint8_t format, uint8_t dualPrime) {
     m.predictionType = type;
     m.motionVectorCount = vectors;
     m.mvFormat = format;
@@ -96,7 +96,7 @@ void setPrediction(MacroblockRecord &m, uint8_t type, uint8_t vectors, uint8_t f
 
 // ISO/IEC 13818-2, tables 6-17 and 6-18, with their conditions on the weight class. What is outside them has no
 // prediction; type 0 leaves the last one's form.
-void applyMotionType(MacroblockRecord &m, bool frame, uint8_t type) {
+TVK_INLINE void applyMotionType(MacroblockRecord &m, bool frame, uint8_t type) {
     const uint8_t weightClass = m.spatialTemporalRow[2];
     if (type == 0) return;
     if (frame && type == 1)
@@ -115,10 +115,10 @@ void applyMotionType(MacroblockRecord &m, bool frame, uint8_t type) {
         setPrediction(m, 0, 0, 0, 0);
 }
 
-void readMotionType(SliceWorker *w, BitWindow &b, bool concealment) {
+TVK_INLINE void readMotionType(SliceWorker *w, BitWindow &b, uint32_t flags, bool concealment) {
     const PictureCodingRecord &c = w->stream->headers.pictureCoding;
     MacroblockRecord &m = w->macroblock;
-    const bool motion = m.macroblockMotionForward || m.macroblockMotionBackward;
+    const bool motion = (flags & (typeForward | typeBackward)) != 0;
     m.dctType = 0;
     if (c.pictureStructure != structureFrame) {
         m.fieldMotionType = 1;
@@ -140,12 +140,11 @@ void readMotionType(SliceWorker *w, BitWindow &b, bool concealment) {
         m.dualPrime = 0;
         m.mvFormat = 1;
     }
-    if (!c.framePredFrameDct && (m.macroblockIntra || m.macroblockPattern))
-        m.dctType = static_cast<uint8_t>(take(b, 1));
+    if (!c.framePredFrameDct && (flags & (typeIntra | typePattern))) m.dctType = static_cast<uint8_t>(take(b, 1));
 }
 
 // One component: the code, and the residual that places it within the code's step.
-bool readComponent(SliceWorker *w, BitWindow &b, int32_t r, int32_t s, int32_t t) {
+TVK_INLINE bool readComponent(SliceWorker *w, BitWindow &b, int32_t r, int32_t s, int32_t t) {
     MacroblockRecord &m = w->macroblock;
     refill(b);
     const int32_t code = DecodeMotionCode(b);
@@ -157,27 +156,27 @@ bool readComponent(SliceWorker *w, BitWindow &b, int32_t r, int32_t s, int32_t t
 }
 
 // 0 is one bit long, 10 and 11 are 1 and -1.
-int32_t readDifferential(BitWindow &b) {
+TVK_INLINE int32_t readDifferential(BitWindow &b) {
     refill(b);
     if (!take(b, 1)) return 0;
     return take(b, 1) ? -1 : 1;
 }
 
-uint8_t readFieldSelect(BitWindow &b) {
+TVK_INLINE uint8_t readFieldSelect(BitWindow &b) {
     refill(b);
     return static_cast<uint8_t>(take(b, 1));
 }
 
 // Vector r of direction s; under dual prime a differential follows the horizontal component here, and the caller reads
 // the one behind the vertical.
-bool readVector(SliceWorker *w, BitWindow &b, int32_t r, int32_t s) {
+TVK_INLINE bool readVector(SliceWorker *w, BitWindow &b, int32_t r, int32_t s) {
     MacroblockRecord &m = w->macroblock;
     if (!readComponent(w, b, r, s, 0)) return false;
     if (m.dualPrime) m.dmVector[0] = readDifferential(b);
     return readComponent(w, b, r, s, 1);
 }
 
-bool readMotionVectors(SliceWorker *w, BitWindow &b, int32_t s) {
+TVK_INLINE bool readMotionVectors(SliceWorker *w, BitWindow &b, int32_t s) {
     MacroblockRecord &m = w->macroblock;
     for (int32_t r = 0; r < 2; ++r) m.motionResidual[r][s][0] = m.motionResidual[r][s][1] = 0;
     if (m.motionVectorCount == 1) {
@@ -195,7 +194,7 @@ bool readMotionVectors(SliceWorker *w, BitWindow &b, int32_t s) {
 }
 
 // The mask is left-justified: six bits of the pattern, then those that 4:2:2 and 4:4:4 add.
-bool readPattern(SliceWorker *w, BitWindow &b) {
+TVK_INLINE bool readPattern(SliceWorker *w, BitWindow &b) {
     MacroblockRecord &m = w->macroblock;
     refill(b);
     const int32_t pattern = DecodeVlc(b, vlcTable(vlcCodedBlockPattern));
@@ -211,23 +210,25 @@ bool readPattern(SliceWorker *w, BitWindow &b) {
 bool readMacroblockHeader(SliceWorker *w) {
     const PictureCodingRecord &c = w->stream->headers.pictureCoding;
     MacroblockRecord &m = w->macroblock;
-    BitWindow b = w->bits;
+    BitWindow b = copyOf(w->bits);
     if (!readAddress(w, b)) return false;
     refill(b);
-    if (!readType(w, b)) return false;
-    readSpatialTemporalWeight(w, b);
-    const bool concealment = m.macroblockIntra && c.concealmentMotionVectors;
-    readMotionType(w, b, concealment);
+    const uint32_t flags = readType(w, b);
+    if (flags == kInvalidCode) return false;
+    const bool intra = (flags & typeIntra) != 0;
+    const bool concealment = intra && c.concealmentMotionVectors;
+    readSpatialTemporalWeight(w, b, flags);
+    readMotionType(w, b, flags, concealment);
     ++w->counters.macroblocks;
-    if (m.macroblockIncrement > 1 || !m.macroblockIntra) resetDcPredictors(w);
+    if (m.macroblockIncrement > 1 || !intra) resetDcPredictors(w);
     refill(b);
-    if (m.macroblockQuant) m.quantiserScaleCode = static_cast<uint8_t>(take(b, 5));
-    if ((m.macroblockMotionForward || concealment) && !readMotionVectors(w, b, 0)) return false;
-    if (m.macroblockMotionBackward && !readMotionVectors(w, b, 1)) return false;
+    if (flags & typeQuant) m.quantiserScaleCode = static_cast<uint8_t>(take(b, 5));
+    if (((flags & typeForward) || concealment) && !readMotionVectors(w, b, 0)) return false;
+    if ((flags & typeBackward) && !readMotionVectors(w, b, 1)) return false;
     refill(b);
     if (concealment) skip(b, 1);
-    if (m.macroblockPattern && !readPattern(w, b)) return false;
-    w->bits = b;
+    if ((flags & typePattern) && !readPattern(w, b)) return false;
+    putBack(w->bits, b);
     return true;
 }
 

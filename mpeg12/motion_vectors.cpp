@@ -24,14 +24,14 @@ int32_t moveComponent(int32_t predictor, int32_t code, int32_t residual, int32_t
 }
 
 // `scaled`: the vertical predictor counts frame lines and the vector field lines.
-void moveVector(SliceWorker *w, int32_t r, int32_t s, bool scaled) {
+MotionVector movedVector(const SliceWorker *w, int32_t r, int32_t s, bool scaled) {
     const Headers &h = w->stream->headers;
     const MacroblockRecord &m = w->macroblock;
-    MotionVector &v = w->PMV[r][s];
-    v.x = static_cast<int16_t>(moveComponent(v.x, m.motionCode[r][s][0], m.motionResidual[r][s][0], sizeOf(h, s, 0)));
+    const MotionVector v = w->PMV[r][s];
     const int32_t shift = scaled ? 1 : 0;
+    const int32_t x = moveComponent(v.x, m.motionCode[r][s][0], m.motionResidual[r][s][0], sizeOf(h, s, 0));
     const int32_t y = moveComponent(v.y >> shift, m.motionCode[r][s][1], m.motionResidual[r][s][1], sizeOf(h, s, 1));
-    v.y = static_cast<int16_t>(y * (1 << shift));
+    return {static_cast<int16_t>(x), static_cast<int16_t>(y * (1 << shift))};
 }
 
 }  // namespace
@@ -42,11 +42,9 @@ void ReconstructMotionVectors(SliceWorker *w) {
     const uint8_t used[2] = {m.macroblockMotionForward, m.macroblockMotionBackward};
     for (int32_t s = 0; s < 2; ++s) {
         if (!used[s]) continue;
-        moveVector(w, 0, s, scaled);
-        if (m.motionVectorCount == 2)
-            moveVector(w, 1, s, scaled);
-        else
-            w->PMV[1][s] = w->PMV[0][s];
+        const MotionVector first = movedVector(w, 0, s, scaled);
+        w->PMV[1][s] = m.motionVectorCount == 2 ? movedVector(w, 1, s, scaled) : first;
+        w->PMV[0][s] = first;
     }
 }
 

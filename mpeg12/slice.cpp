@@ -16,7 +16,7 @@ constexpr uint32_t kTallPicture = 2800;  // above it, slices carry the high part
 // Extra information bytes, each behind a flag bit; the first 1024 are kept.
 void readExtraInformation(SliceWorker *w, BitWindow &b) {
     uint32_t count = 0;
-    while (w->sliceHeader.extraBitSlice && !exhausted(b)) {
+    while (w->sliceHeader.extraBitSlice && !exhausted(b, w->reader)) {
         refill(b);
         const uint32_t byte = take(b, 8);
         if (count < sizeof w->extraInformationSlice) w->extraInformationSlice[count++] = static_cast<uint8_t>(byte);
@@ -104,7 +104,7 @@ void DecodeSlice(SliceWorker *w) {
         reconstruct(w, index++);
         w->macroblock.previousAddress = w->macroblock.macroblockAddress;
         refill(w->bits);
-    } while (peek(w->bits, 23) != 0 && !exhausted(w->bits));
+    } while (peek(w->bits, 23) != 0 && !exhausted(w->bits, w->reader));
 }
 
 }  // namespace tvk

@@ -11,7 +11,7 @@ namespace tvk {
 
 // The code's value, or kInvalidCode, after which the window's position is of no use. `table` is one of those ahead of
 // the coefficient tables; their longest code has 11 bits, which the window must hold.
-inline int32_t DecodeVlc(BitWindow &b, const int16_t *table) {
+TVK_INLINE int32_t DecodeVlc(BitWindow &b, const int16_t *table) {
     const int32_t width = table[0];
     int32_t entry = table[1 + peek(b, width)];
     if ((entry & 15) == 0) {  // a link; sub-tables hold none
@@ -24,7 +24,7 @@ inline int32_t DecodeVlc(BitWindow &b, const int16_t *table) {
 }
 
 // DecodeVlc on the motion_code table, whose first width the compiler may know.
-inline int32_t DecodeMotionCode(BitWindow &b) {
+TVK_INLINE int32_t DecodeMotionCode(BitWindow &b) {
     constexpr int32_t kWidth = kVlcLayout[vlcMotionCode].width;
     const int16_t *table = vlcTable(vlcMotionCode);
     int32_t entry = table[1 + peek(b, kWidth)];

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "mpeg12/vlc_tables.h"
+
 namespace tvk {
 
 struct CodeBits {
@@ -38,22 +40,6 @@ struct RunLevelCode {
     uint8_t run;
     uint8_t level;
     constexpr RunLevelCode(const char *text, uint8_t r, uint8_t l) : bits(codeBits(text)), run(r), level(l) {}
-};
-
-inline constexpr int32_t kMacroblockEscape = -1;
-
-// Bits of a macroblock_type value. The class column of the scalable tables is 0 for class 0, classOneToThree for
-// classes 1 to 3 and classFour for class 4.
-enum MacroblockTypeFlag : uint32_t {
-    typeQuant = 0x80,
-    typeForward = 0x40,
-    typeBackward = 0x20,
-    typePattern = 0x10,
-    typeIntra = 0x08,
-    typeWeightFlag = 0x04,
-    typeClassFour = 0x02,
-    typeClassOneToThree = 0x01,
-    typeClassMask = 0x03
 };
 
 namespace codes {

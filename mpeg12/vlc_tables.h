@@ -25,6 +25,22 @@ enum VlcTable : int32_t {
     vlcTableCount
 };
 
+inline constexpr int32_t kMacroblockEscape = -1;
+
+// Bits of a macroblock_type value. The class column of the scalable tables is 0 for class 0, classOneToThree for
+// classes 1 to 3 and classFour for class 4.
+enum MacroblockTypeFlag : uint32_t {
+    typeQuant = 0x80,
+    typeForward = 0x40,
+    typeBackward = 0x20,
+    typePattern = 0x10,
+    typeIntra = 0x08,
+    typeWeightFlag = 0x04,
+    typeClassFour = 0x02,
+    typeClassOneToThree = 0x01,
+    typeClassMask = 0x03
+};
+
 struct VlcLayout {
     int32_t width;      // bits that index the first level
     int32_t words;      // of the whole table
