@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "core/inline.h"
 #include "core/lanes.h"
 
 namespace tvk {
@@ -19,6 +20,10 @@ enum class Diagonal : uint8_t { twoStage, exact };
 // How the residual's 8 values a row meet the 16 bytes of a row: `side` puts two rows beside each other (luma's left
 // and right block), `interleaved` alternates them (Cb and Cr).
 enum class Residual : uint8_t { none, side, interleaved };
+
+// Macroblocks follow each other to the right, with vectors much alike: the line behind the one in use is asked for
+// while there is time. It serves the four macroblocks that come next.
+inline constexpr uintptr_t kLineAhead = 64;
 
 struct ResidualRows {
     const int16_t *first, *second;
@@ -46,6 +51,7 @@ struct ReferenceRows {
     }
 
     Bytes load(Bytes &bits) {
+        prefetchRead(source, kLineAhead);
         const Bytes a = L::loadU(source);
         if constexpr (!horizontal) {
             source += stride;
@@ -107,6 +113,7 @@ void predictOne(const PredictionTarget &t, const uint8_t *source, ptrdiff_t stri
     uint8_t *out = t.data;
     const int16_t *first = t.residual.first, *second = t.residual.second;
     for (int32_t r = t.rows; r > 0; --r) {
+        prefetchWrite(out, kLineAhead);
         L::storeA(out, addResidual<L, form>(rows.next(), first, second));
         out += t.stride;
         first += t.residual.step;
@@ -121,6 +128,7 @@ void predictTwo(const PredictionTarget &t, const uint8_t *a, const uint8_t *b, p
     uint8_t *out = t.data;
     const int16_t *first = t.residual.first, *second = t.residual.second;
     for (int32_t r = t.rows; r > 0; --r) {
+        prefetchWrite(out, kLineAhead);
         L::storeA(out, addResidual<L, form>(L::avgUp(rowsA.next(), rowsB.next()), first, second));
         out += t.stride;
         first += t.residual.step;
