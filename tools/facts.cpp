@@ -4,25 +4,16 @@
 
 #include <numeric>
 
+#include "listening.h"
+
 namespace tvk::tool {
 
 namespace {
 
-enum Event : uint32_t {
-    eventSequence = 1,
-    eventSequenceExtension = 2,
-    eventSequenceDisplay = 3,
-    eventPictureCoding = 8
-};
-constexpr uint8_t kTopField = 1, kBottomField = 2;
-
-// The callback carries 32 bits of the application's own, too few for a pointer; the tool has one stream at a time.
-StreamFacts *gathering = nullptr;
-
 void tallyPicture(PictureTally &tally, const PictureCodingRecord &picture) {
-    if (picture.pictureStructure == kTopField) {
+    if (picture.pictureStructure == structureTopField) {
         ++tally.topFields;
-    } else if (picture.pictureStructure == kBottomField) {
+    } else if (picture.pictureStructure == structureBottomField) {
         ++tally.bottomFields;
     } else {
         ++tally.frames;
@@ -30,32 +21,6 @@ void tallyPicture(PictureTally &tally, const PictureCodingRecord &picture) {
         tally.topFieldFirst += picture.topFieldFirst;
         tally.repeatFirstField += picture.repeatFirstField;
     }
-}
-
-// Slice and macroblock events come from several threads at once; those of the headers from the stepping thread alone.
-int32_t gather(CallbackEvent *event) {
-    StreamFacts &facts = *gathering;
-    switch (event->eventCode) {
-        case eventSequence:
-            facts.sequence = *event->sequenceHeader;
-            break;
-        case eventSequenceExtension:
-            facts.extension = *event->sequenceExtension;
-            facts.hasExtension = true;
-            break;
-        case eventSequenceDisplay:
-            facts.display = *event->sequenceDisplay;
-            facts.hasDisplay = true;
-            break;
-        case eventPictureCoding:
-            if (!facts.hasFirstPicture) facts.firstPicture = *event->pictureCoding;
-            facts.hasFirstPicture = true;
-            tallyPicture(facts.tally, *event->pictureCoding);
-            break;
-        default:
-            break;
-    }
-    return 0;
 }
 
 Ratio reduced(uint64_t numerator, uint64_t denominator) {
@@ -73,16 +38,31 @@ constexpr uint32_t kMpeg1SampleHeight[15] = {10000, 10000, 6735,  7031,  7615,  
 
 }  // namespace
 
+void gather(StreamFacts &facts, const CallbackEvent &event) {
+    switch (event.eventCode) {
+        case eventSequence:
+            facts.sequence = *event.sequenceHeader;
+            break;
+        case eventSequenceExtension:
+            facts.extension = *event.sequenceExtension;
+            facts.hasExtension = true;
+            break;
+        case eventSequenceDisplay:
+            facts.display = *event.sequenceDisplay;
+            facts.hasDisplay = true;
+            break;
+        case eventPictureCoding:
+            if (!facts.hasFirstPicture) facts.firstPicture = *event.pictureCoding;
+            facts.hasFirstPicture = true;
+            tallyPicture(facts.tally, *event.pictureCoding);
+            break;
+        default:
+            break;
+    }
+}
+
 VideoFrame *nextFrameWithFacts(OpenedStream &opened, StreamFacts &facts) {
-    struct Listening {
-        VideoStream *stream;
-        // At reduce coefficient 8 this reports that macroblock events stay away; header events come all the same.
-        Listening(VideoStream *s, StreamFacts &f) : stream(s) {
-            gathering = &f;
-            tvkSetVideoUserCallback(stream, gather, 0);
-        }
-        ~Listening() { tvkSetVideoUserCallback(stream, nullptr, 0); }
-    } listening(opened.stream, facts);
+    const Listening listening(opened.stream, [&facts](const CallbackEvent &event) { gather(facts, event); });
     return nextFrame(opened);
 }
 
@@ -117,8 +97,8 @@ Ratio sampleAspect(const StreamFacts &facts, uint32_t width, uint32_t height) {
 Scan firstPictureScan(const StreamFacts &facts) {
     if (isProgressive(facts) || !facts.hasFirstPicture) return Scan::progressive;
     const PictureCodingRecord &picture = facts.firstPicture;
-    if (picture.pictureStructure == kTopField) return Scan::topFieldFirst;
-    if (picture.pictureStructure == kBottomField) return Scan::bottomFieldFirst;
+    if (picture.pictureStructure == structureTopField) return Scan::topFieldFirst;
+    if (picture.pictureStructure == structureBottomField) return Scan::bottomFieldFirst;
     if (picture.progressiveFrame) return Scan::progressive;
     return picture.topFieldFirst ? Scan::topFieldFirst : Scan::bottomFieldFirst;
 }

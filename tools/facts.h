@@ -32,6 +32,8 @@ struct StreamFacts {
 
 enum class Scan { progressive, topFieldFirst, bottomFieldFirst };
 
+// Takes in what a header event tells; other events pass.
+void gather(StreamFacts &facts, const CallbackEvent &event);
 // Decodes the next frame with an ear to the headers; null at the end of the file.
 VideoFrame *nextFrameWithFacts(OpenedStream &opened, StreamFacts &facts);
 

@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "clock_text.h"
 #include "commands.h"
 #include "facts.h"
 #include "open.h"
@@ -63,14 +64,6 @@ Summary summarise(const InfoOptions &options) {
     return summary;
 }
 
-std::string clock(double seconds) {
-    const auto milliseconds = static_cast<unsigned long long>(seconds * 1000.0 + 0.5);
-    char text[48];
-    std::snprintf(text, sizeof text, "%llu:%02llu:%02llu.%03llu", milliseconds / 3600000, milliseconds / 60000 % 60,
-                  milliseconds / 1000 % 60, milliseconds % 1000);
-    return text;
-}
-
 void printText(const InfoOptions &options, const Summary &summary) {
     const VideoStreamInfo &info = summary.info;
     const double fps = static_cast<double>(summary.rate.numerator) / summary.rate.denominator;
@@ -90,8 +83,8 @@ void printText(const InfoOptions &options, const Summary &summary) {
     if (info.frameCount == 0) {
         std::printf("Duration     unknown; --count reads the whole file to tell\n");
     } else {
-        std::printf("Duration     %s%s (%u frames)\n", summary.counted ? "" : "about ", clock(summary.seconds).c_str(),
-                    info.frameCount);
+        std::printf("Duration     %s%s (%u frames)\n", summary.counted ? "" : "about ",
+                    clockText(summary.seconds).c_str(), info.frameCount);
     }
 }
 

@@ -27,6 +27,7 @@ int run(int argc, char **argv) {
     app.require_subcommand(1);
     addInfoCommand(app);
     addDecodeCommand(app);
+    addIndexCommand(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success &asked) {

@@ -22,13 +22,17 @@ bool sameFile(const std::string &a, const std::string &b) {
 
 }  // namespace
 
+void refuseSameFile(const std::string &path, const std::string &inputPath) {
+    if (sameFile(path, inputPath)) throw ToolError(exitUsage, path + ": is the input file; choose another for -o");
+}
+
 OutputFile::OutputFile(const std::string &path, const std::string &inputPath) : name(path) {
     if (path == "-") {
         name = "standard output";
         file = stdout;
         return;
     }
-    if (sameFile(path, inputPath)) throw ToolError(exitUsage, path + ": is the input file; choose another for -o");
+    refuseSameFile(path, inputPath);
     file = std::fopen(path.c_str(), "wb");
     if (!file) fail();
 }

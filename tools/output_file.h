@@ -8,6 +8,9 @@
 
 namespace tvk::tool {
 
+// Throws ToolError when `path` is the input, under whatever name.
+void refuseSameFile(const std::string &path, const std::string &inputPath);
+
 class OutputFile {
   public:
     // Throws ToolError when the file cannot be made, and when it is the input itself.
