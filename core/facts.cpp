@@ -25,6 +25,7 @@ int32_t getStreamType(VideoStream *stream, uint32_t *out) {
 int32_t getDeliveredFrame(VideoStream *stream, VideoFrame **out) {
     if (!out) return tvkErrInvalidArgument;
     *out = stream->frames.deliveredFrame;
+    stream->frames.workFramesShown = 1;
     if (*out) return 0;
     return stream->frames.pictureCounter > 0 ? tvkErrEndOfStream : tvkErrNoFrameYet;
 }

@@ -123,6 +123,7 @@ struct FramePipeline {
     VideoFrame *workFrame[3];  // 0 and 1 alternate as anchors, 2 holds B and D pictures
     VideoFrame *forwardRef, *backwardRef, *currentFrame, *deliveredFrame;
     struct RetiredFrames *retired;  // replaced working frames: applications may still hold pointers to them
+    uint32_t workFramesShown;       // a pointer to a working frame may have reached the application
     double streamClock;             // pending time stamp in mode 0, running clock in the other loops; -1.0 none
     double frameDuration;           // seconds
     float framesPerSecond;

@@ -168,6 +168,7 @@ int32_t getSequenceHeader(VideoStream *stream, VideoFrame **out) {
     }
     deliverBytes(gatherer);
     *out = gatherer.frame;
+    stream->frames.workFramesShown = 1;
     return 0;
 }
 

@@ -245,6 +245,7 @@ int32_t getPrevFrame(VideoStream *stream, VideoFrame **out) {
     if (!out) return tvkErrInvalidArgument;
     const int32_t result = prevFrame(stream);
     *out = result == 0 ? stream->frames.deliveredFrame : nullptr;
+    if (*out) stream->frames.workFramesShown = 1;
     return result;
 }
 

@@ -20,6 +20,7 @@ int32_t runStepAndGet(VideoStream *stream, StepFunction step, VideoFrame **out) 
     if (!out) return tvkErrInvalidArgument;
     const int32_t result = runStep(stream, step);
     *out = result == 0 ? stream->frames.deliveredFrame : nullptr;
+    if (*out) stream->frames.workFramesShown = 1;
     return result;
 }
 

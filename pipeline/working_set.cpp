@@ -44,9 +44,14 @@ bool makeThree(const VideoStream *stream, VideoFrame *made[3], int32_t &result) 
     return true;
 }
 
-// Applications may hold pointers to the old frames, so these live as long as the stream.
+// Applications may hold pointers to the old frames, so these live as long as the stream. Frames that no application
+// has seen go at once: a stream may change its size with every picture.
 bool retireFrames(FramePipeline &frames) {
     if (!frames.workFrame[0]) return true;
+    if (!frames.workFramesShown) {
+        for (VideoFrame *frame : frames.workFrame) destroyFrame(frame);
+        return true;
+    }
     auto *node = static_cast<RetiredFrames *>(allocate(sizeof(RetiredFrames)));
     if (!node) return false;
     node->next = frames.retired;
@@ -69,6 +74,7 @@ int32_t replaceWorkingFrames(VideoStream *stream) {
     frames.builtHeight = sequenceHeight(stream);
     frames.builtChromaFormat = stream->headers.sequenceExtension.chromaFormat;
     frames.forwardRef = frames.backwardRef = frames.currentFrame = frames.deliveredFrame = nullptr;
+    frames.workFramesShown = stream->callbacks.memoryManager != nullptr;
     if (stream->callbacks.memoryManager) stream->callbacks.memoryManager(kMemoryManagerReplaced, frames.workFrame[0]);
     resetSlots(stream->callbacks);
     return 0;
