@@ -1,0 +1,215 @@
+// SPDX-License-Identifier: BSD-2-Clause
+// Streams that keep to the syntax and go to its limits.
+#include <atomic>
+
+#include <gtest/gtest.h>
+
+#include "clips.h"
+#include "core/memory.h"
+#include "core/stream.h"
+#include "fuzz/application.h"
+#include "stream_writer/headers.h"
+#include "stream_writer/slice_writer.h"
+#include "tvk_source.h"
+
+namespace tvktest {
+namespace {
+
+using tvkfuzz::Action;
+using tvkfuzz::Application;
+using tvkfuzz::Loop;
+
+void putGreyPicture(BitWriter &w, const SequenceParameters &s, uint32_t reference) {
+    PictureParameters picture;
+    picture.temporalReference = reference;
+    picture.progressiveFrame = s.progressive;
+    putPicture(w, s, picture);
+    for (uint32_t row = 0; row < s.macroblockRows(); ++row) {
+        SliceWriter slice(w, s, picture);
+        slice.begin({.row = row});
+        for (uint32_t column = 0; column < s.macroblockColumns(); ++column) slice.macroblock(1, {});
+        slice.end();
+    }
+}
+
+Bytes greyStream(const SequenceParameters &s, uint32_t pictures) {
+    BitWriter w;
+    putSequence(w, s);
+    for (uint32_t i = 0; i < pictures; ++i) putGreyPicture(w, s, i);
+    putSequenceEnd(w);
+    return w.bytes;
+}
+
+std::atomic<size_t> largestRequest;
+
+bool refuseAbove64MiB(size_t size) {
+    size_t largest = largestRequest;
+    while (size > largest && !largestRequest.compare_exchange_weak(largest, size)) {
+    }
+    return size <= 64u << 20;
+}
+
+// One slice, so that the stream is as short as it can be for what it announces.
+Bytes announcedSize(uint32_t width, uint32_t height) {
+    SequenceParameters s;
+    s.width = width;
+    s.height = height;
+    BitWriter w;
+    putSequence(w, s);
+    PictureParameters picture;
+    for (uint32_t i = 0; i < 3; ++i) {
+        picture.temporalReference = i;
+        putPicture(w, s, picture);
+        SliceWriter slice(w, s, picture);
+        slice.begin({.row = 0});
+        slice.macroblock(1, {});
+        slice.end();
+    }
+    putSequenceEnd(w);
+    return w.bytes;
+}
+
+TEST(Hostile, hugeAnnouncedSizeIsOutOfMemoryAndTheStreamStaysUsable) {
+    Bytes bytes = announcedSize(16383, 16383);
+    const Bytes behind = greyStream({}, 3);
+    bytes.insert(bytes.end(), behind.begin(), behind.end());
+    Application application;
+    ASSERT_TRUE(application.open(bytes.data(), bytes.size(), tvkSourceAnyContent));
+    largestRequest = 0;
+    tvk::allocationHook = refuseAbove64MiB;
+    EXPECT_EQ(application.step(Loop::main), nullptr);
+    EXPECT_EQ(application.result, tvkErrOutOfMemory);
+    size_t frames = 0, calls = 0;
+    while (frames < 3 && ++calls < 20) frames += application.step(Loop::main) != nullptr;
+    tvk::allocationHook = nullptr;
+    EXPECT_EQ(frames, 3u);
+    // The luma plane in whole multiples of 32, and the room that an aligned block has ahead of it.
+    EXPECT_LE(largestRequest, size_t{16384} * 16384 + 4096);
+}
+
+TEST(Hostile, hugeAnnouncedSizeTakesNoMoreThanItsReducedPlanes) {
+    const Bytes bytes = announcedSize(16383, 16383);
+    Application application;
+    ASSERT_TRUE(application.open(bytes.data(), bytes.size(), tvkSourceAnyContent));
+    application.act(Action::reduce, 3);
+    largestRequest = 0;
+    tvk::allocationHook = refuseAbove64MiB;
+    size_t frames = 0;
+    while (application.step(Loop::main)) ++frames;
+    tvk::allocationHook = nullptr;
+    EXPECT_EQ(frames, 3u);
+    EXPECT_LE(largestRequest, size_t{2048} * 2048 + 4096);
+}
+
+TEST(Hostile, moreStartCodesThanAUnitCanList) {
+    SequenceParameters s;
+    BitWriter w;
+    putSequence(w, s);
+    putGreyPicture(w, s, 0);
+    for (uint32_t i = 0; i < 5000; ++i) w.startCode(0xB2).byte(i);
+    putGreyPicture(w, s, 1);
+    for (uint32_t i = 0; i < 6000; ++i) w.startCode(1 + i % 0xAF).byte(0);
+    putGreyPicture(w, s, 2);
+    putSequenceEnd(w);
+    for (const uint32_t flags : {uint32_t{tvkSourceAnyContent}, tvkSourceAnyContent | uint32_t{tvkSourceOwnsBuffer}}) {
+        Application application;
+        ASSERT_TRUE(application.open(w.bytes.data(), w.bytes.size(), flags));
+        application.act(Action::threads, 3);
+        size_t frames = 0;
+        while (application.step(Loop::main)) ++frames;
+        EXPECT_EQ(frames, 3u);
+    }
+}
+
+TEST(Hostile, everyPictureHasAnotherSize) {
+    BitWriter w;
+    for (uint32_t i = 0; i < 60; ++i) {
+        SequenceParameters s;
+        s.width = 16 + i * 37 % 200;
+        s.height = 16 + i * 53 % 200;
+        s.chromaFormat = 1 + i % 3;
+        s.progressive = i % 2 == 0;
+        putSequence(w, s);
+        putGreyPicture(w, s, 0);
+        if (i % 4 == 3) putGreyPicture(w, s, 1);
+    }
+    putSequenceEnd(w);
+    for (uint8_t shift = 0; shift < 4; ++shift) {
+        Application application;
+        ASSERT_TRUE(application.open(w.bytes.data(), w.bytes.size(), tvkSourceAnyContent));
+        application.act(Action::reduce, shift);
+        application.act(Action::ringSizes, 5);
+        while (application.step(Loop::main)) {
+        }
+        EXPECT_EQ(application.result, tvkErrEndOfStream);
+    }
+}
+
+// Nobody can hold a pointer to a frame that was never handed out, so such frames need not be kept.
+TEST(Hostile, sizesThatChangeAheadOfAnyFrameTakeNoMemory) {
+    BitWriter w;
+    for (uint32_t i = 0; i < 200; ++i) {
+        SequenceParameters s;
+        s.width = s.height = i % 2 ? 640 : 656;
+        putSequence(w, s);
+        putPicture(w, s, {});
+    }
+    putSequenceEnd(w);
+    Application application;
+    ASSERT_TRUE(application.open(w.bytes.data(), w.bytes.size(), tvkSourceAnyContent));
+    EXPECT_EQ(application.step(Loop::main), nullptr);
+    EXPECT_EQ(application.stream->frames.retired, nullptr);
+}
+
+TEST(Hostile, userDataAtTheLimitAndBeyond) {
+    for (const uint32_t length : {65520u, 65530u, 65534u, 65535u, 65536u, 200000u}) {
+        SCOPED_TRACE(length);
+        SequenceParameters s;
+        BitWriter w;
+        putSequence(w, s);
+        PictureParameters picture;
+        for (uint32_t i = 0; i < 2; ++i) {
+            putPicture(w, s, picture);
+            putUserData(w, Bytes(length, 0x55));
+            putUserData(w, Bytes(20, 0x66));
+            SliceWriter slice(w, s, picture);
+            slice.begin({.row = 0});
+            slice.macroblock(1, {});
+            slice.end();
+        }
+        putSequenceEnd(w);
+        Application application;
+        ASSERT_TRUE(application.open(w.bytes.data(), w.bytes.size(), tvkSourceAnyContent));
+        application.act(Action::userCallback, 0);
+        size_t frames = 0;
+        while (const VideoFrame *frame = application.step(Loop::main)) {
+            ++frames;
+            EXPECT_LT(frame->userDataSize, 65540);
+            EXPECT_GT(frame->userDataSize, 0);
+        }
+        EXPECT_EQ(frames, 2u);
+    }
+}
+
+TEST(Hostile, ringBeyondTheMachineIsNotBuiltAndSteppingGoesOn) {
+    const Bytes bytes = greyStream({}, 4);
+    for (const auto &[forward, backward] :
+         {std::pair{INT32_MAX, INT32_MAX}, {INT32_MAX, 0}, {0, INT32_MAX}, {INT32_MAX / 2, 1}, {1 << 24, 1 << 24}}) {
+        SCOPED_TRACE(forward);
+        Application application;
+        ASSERT_TRUE(application.open(bytes.data(), bytes.size(), tvkSourceAnyContent));
+        EXPECT_EQ(tvkSetVideoFrameBufferSize(application.stream, forward, backward), 0);
+        size_t frames = 0;
+        VideoFrame *frame = nullptr;
+        while (application.step(Loop::main)) {
+            ++frames;
+            EXPECT_EQ(tvkGetBufferedVideoFrame(application.stream, 0, &frame), tvkErrBufferDisabled);
+        }
+        EXPECT_EQ(frames, 4u);
+        EXPECT_EQ(tvkSetVideoFrameBufferSize(application.stream, 1, 1), 0);
+        EXPECT_EQ(tvkSetVideoFrameBufferSize(application.stream, -1, 1), tvkErrInvalidArgument);
+    }
+}
+
+}  // namespace
+}  // namespace tvktest
