@@ -6,9 +6,9 @@
 #include <cstring>
 
 #include "core/callbacks.h"
+#include "mpeg12/eighth_prediction.h"
 #include "mpeg12/prediction.h"
 #include "mpeg12/reduced_prediction.h"
-#include "mpeg12/stacked_prediction.h"
 #include "mpeg12/writers.h"
 
 namespace tvk {
@@ -104,11 +104,18 @@ struct Inter {
                             const PredictionSource (&sources)[count]) {
         if constexpr (k.reduce == 1)
             predictRows<k, count>(w, t, rows, sources);
-        else if constexpr (ReducedShape<k>::stacked)
-            predictStacked<k, count>(w, t, rows, sources);
         else
-            predictReduced<k, count, combineOf<k, count>()>(
+            predictReducedFrom<count, combineOf<k, count>()>(
                 w, t, rows, k.field || rows.step == 2 ? LineForm::field : LineForm::frame, sources);
+    }
+
+    template <int count, Combine combine>
+    static void predictReducedFrom(SliceWorker *w, const MacroblockTarget &t, PredictedRows rows, LineForm form,
+                                   const PredictionSource (&sources)[count]) {
+        if constexpr (k.reduce == 8)
+            predictEighth<k, count, combine>(w, t, rows, form, sources);
+        else
+            predictReduced<k, count>(w, t, rows, form, sources);
     }
 
     // --- Motion types ---------------------------------------------------------------------------------------------
@@ -149,7 +156,7 @@ struct Inter {
 
     template <int count>
     static void predictTogether(SliceWorker *w, const MacroblockTarget &t, const PredictionSource (&sources)[count]) {
-        predictReduced<k, count, Combine::sum>(w, t, kAllRows, LineForm::field, sources);
+        predictEighth<k, count, Combine::sum>(w, t, kAllRows, LineForm::field, sources);
     }
 
     static void predictField(SliceWorker *w, const MacroblockTarget &t, bool forward, bool backward) {
@@ -214,11 +221,8 @@ struct Inter {
         const PredictionSource sources[1] = {{&w->forwardLuma, &w->forwardChroma, 0, 0, parity}};
         if constexpr (k.reduce == 1)
             predictRows<k, 1>(w, target(w), kAllRows, sources);
-        else if constexpr (ReducedShape<k>::stacked)
-            predictStacked<k, 1>(w, target(w), kAllRows, sources);
         else
-            predictReduced<k, 1, Combine::sum>(w, target(w), kAllRows, k.field ? LineForm::field : LineForm::copy,
-                                               sources);
+            predictReducedFrom<1, Combine::sum>(w, target(w), kAllRows, LineForm::copy, sources);
     }
 
     // --- Macroblocks ----------------------------------------------------------------------------------------------
