@@ -9,5 +9,6 @@ namespace tvk::tool {
 void addInfoCommand(CLI::App &app);
 void addDecodeCommand(CLI::App &app);
 void addIndexCommand(CLI::App &app);
+void addCutCommand(CLI::App &app);
 
 }  // namespace tvk::tool

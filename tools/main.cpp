@@ -28,6 +28,7 @@ int run(int argc, char **argv) {
     addInfoCommand(app);
     addDecodeCommand(app);
     addIndexCommand(app);
+    addCutCommand(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success &asked) {
