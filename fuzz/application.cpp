@@ -232,7 +232,7 @@ void readThrough(Application &a, Action action, uint8_t value) {
 // Into buffers of exactly as many bytes as the call may use.
 void convert(const VideoFrame &frame, uint8_t value) {
     constexpr int32_t kTargets[] = {15, 16, 24, 32, 0x32595559, 0x59565955, 0x32315659, 0x39555659};
-    const int32_t stride = 4 * frame.lumaPlane.width;
+    const int32_t stride = (4 * frame.lumaPlane.width + 15) & ~15;
     const size_t bytes = static_cast<size_t>(stride) * static_cast<size_t>(frame.lumaPlane.height);
     const std::unique_ptr<uint8_t[]> first(new uint8_t[bytes]), second(new uint8_t[bytes]), third(new uint8_t[bytes]);
     tvkConvertVideoFrameEx(&frame, kTargets[value % 8], first.get(), second.get(), third.get(), stride,

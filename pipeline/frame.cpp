@@ -135,7 +135,9 @@ int32_t createFrameForStream(const VideoStream *stream, VideoFrame **frame) {
     *frame = nullptr;
     const SequenceHeaderRecord &sequence = stream->headers.sequence;
     const uint8_t chromaFormat = stream->headers.sequenceExtension.chromaFormat;
-    if (sequence.horizontalSize == 0 || sequence.verticalSize == 0 || chromaFormat == 0) return tvkErrNoSequenceHeader;
+    // Two bits of a header, but any byte of an index file.
+    const bool hasFormat = chromaFormat >= chroma420 && chromaFormat <= chroma444;
+    if (sequence.horizontalSize == 0 || sequence.verticalSize == 0 || !hasFormat) return tvkErrNoSequenceHeader;
 
     const uint32_t reduce = stream->settings.reduceCoefficient;
     const int64_t width = (static_cast<int64_t>(sequence.horizontalSize) + reduce - 1) >> shiftOf(reduce);

@@ -133,7 +133,8 @@ int32_t targetBehind(VideoStream *stream, const VideoFrame *oldest, int32_t *tar
     Settings &settings = stream->settings;
     if (settings.workMode != 2) {
         if (!oldest) return tvkErrNoPreviousFrame;
-        *target = oldest->frameNumber - 1;
+        // Numbers count on from what an index file says, so they may be the lowest there is.
+        *target = std::max(oldest->frameNumber, INT32_MIN + 1) - 1;
         return 0;
     }
     const int32_t entry = settings.frameListCursor - 2;

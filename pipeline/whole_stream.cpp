@@ -9,11 +9,13 @@ namespace tvk {
 
 namespace {
 
-// Frames before the group, by its time code. A broken time code stays within 32 bits.
+// Frames before the group, by its time code. A broken time code stays within 32 bits; an index file may have set any
+// frame rate, none at all included.
 int32_t framesBeforeGroup(const VideoStream *stream) {
     const GopRecord &group = stream->headers.group;
     const int32_t seconds = group.hours * 3600 + group.minutes * 60 + group.seconds;
-    return static_cast<int32_t>(seconds * static_cast<double>(stream->frames.framesPerSecond) + group.pictures + 0.5);
+    const double frames = seconds * static_cast<double>(stream->frames.framesPerSecond) + group.pictures + 0.5;
+    return frames >= 0.0 && frames < INT32_MAX ? static_cast<int32_t>(frames) : INT32_MAX;
 }
 
 struct LastFrame {
