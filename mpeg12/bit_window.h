@@ -54,6 +54,13 @@ TVK_INLINE uint32_t take(BitWindow &b, int32_t n) {
     return value;
 }
 
+// n from 0 to 31, without a branch where none is foretold.
+TVK_INLINE uint32_t takeOrNone(BitWindow &b, int32_t n) {
+    const auto value = static_cast<uint32_t>(b.window >> 1 >> (63 - n));
+    skip(b, n);
+    return value;
+}
+
 inline void openWindow(BitWindow &b, const BitReader &r) {
     b.next = r.wordPointer;
     b.window = static_cast<uint64_t>(*b.next++) << 32;

@@ -30,11 +30,6 @@ inline int32_t quantiserScale(const SliceWorker *w) {
     return kQuantiserScale[w->stream->headers.pictureCoding.qScaleType & 1][w->macroblock.quantiserScaleCode & 31];
 }
 
-inline int32_t blockCount(const SliceWorker *w) {
-    const uint32_t count = w->stream->headers.blocksPerMacroblock;
-    return static_cast<int32_t>(count < kMaxBlocks ? count : kMaxBlocks);
-}
-
 // Zeroes what the last macroblock left.
 inline void clearBlocks(SliceWorker *w) {
     using L = NativeLanes;
@@ -58,11 +53,9 @@ inline int32_t readDc(SliceWorker *w, BitWindow &b, int32_t i) {
     skip(b, entry & 15);
     const int32_t size = entry >> 4;
     int32_t &predictor = w->dcPredictor[luma ? 0 : 1 + (i & 1)];
-    if (size != 0) {
-        const uint32_t mask = (1u << size) - 1;
-        const uint32_t v = take(b, size);
-        predictor = static_cast<int32_t>(static_cast<uint32_t>(predictor) + v - (2 * v <= mask ? mask : 0));
-    }
+    const uint32_t mask = (1u << size) - 1;
+    const uint32_t v = takeOrNone(b, size);
+    predictor = static_cast<int32_t>(static_cast<uint32_t>(predictor) + v - (2 * v <= mask ? mask : 0));
     return predictor;
 }
 
@@ -91,6 +84,7 @@ template <bool intra, bool interleaved, class Quantise>
 struct RunLevelReader {
     BitWindow &b;
     const CoefficientSet &set;
+    const CoefficientCode *start;  // the first array for the block's first code
     const uint8_t *scan;
     bool mpeg1;
     int16_t *block;
@@ -124,17 +118,22 @@ struct RunLevelReader {
     // The last position as counted, or kBadCoefficient behind an invalid code. A refill serves two codes, of which the
     // second must be one that the first array knows: of 32 valid bits a code leaves 15 at the least.
     TVK_INLINE int32_t read() {
-        for (;;) {
-            refill(b);
-            Step step = apply(findCoefficient(set, peek(b, kLongestCoefficientCode)));
-            if (step == Step::goOn) [[likely]] {
-                const uint32_t head = peek(b, kFirstArrayBits);
-                if (head < 8 || b.valid < kLongestCoefficientCode) [[unlikely]]
-                    continue;
-                step = apply(set.first[head]);
+        refill(b);
+        const uint32_t next = peek(b, kLongestCoefficientCode);
+        Step step = apply(next >> 8 >= 8 ? start[next >> 8] : findCoefficient(set, next));
+        while (step == Step::goOn) {
+            const uint32_t head = peek(b, kFirstArrayBits);
+            if (head < 8 || b.valid < kLongestCoefficientCode) [[unlikely]] {
+                refill(b);
+                step = apply(findCoefficient(set, peek(b, kLongestCoefficientCode)));
+                continue;
             }
-            if (step != Step::goOn) return step == Step::finished ? position : kBadCoefficient;
+            step = apply(set.first[head]);
+            if (step != Step::goOn) break;
+            refill(b);
+            step = apply(findCoefficient(set, peek(b, kLongestCoefficientCode)));
         }
+        return step == Step::finished ? position : kBadCoefficient;
     }
 };
 
@@ -148,7 +147,7 @@ inline void noteBlock(SliceWorker *w, int32_t i, int32_t position, int32_t limit
 // A form of dequantisation gives:
 //     kLowLimit
 //     Intra(w), Intra::dc(predictor), Intra::block(i) -> quantise
-//     NonIntra(w), NonIntra::block(i) -> quantise with .first(negative)
+//     NonIntra(w), NonIntra::block(i) -> quantise
 template <class Form>
 int32_t decodeIntraBlocks(SliceWorker *w) {
     const VideoStream *stream = w->stream;
@@ -168,7 +167,8 @@ int32_t decodeIntraBlocks(SliceWorker *w) {
         block[0] = form.dc(readDc(w, b, i));
         const auto &quantise = form.block(i);
         const int32_t position =
-            RunLevelReader<true, false, std::decay_t<decltype(quantise)>>{b, set, scan, mpeg1, block, 0, quantise}
+            RunLevelReader<true, false, std::decay_t<decltype(quantise)>>{b,     set,   set.first, scan,
+                                                                          mpeg1, block, 0,         quantise}
                 .read();
         if (position == kBadCoefficient) {
             result = -1;
@@ -206,18 +206,12 @@ int32_t decodeNonIntraBlocks(SliceWorker *w) {
         w->dirtyBlocks |= (interleaved ? 3 * (kFirstBlockBit >> 1) : kFirstBlockBit) >> (placement[i] >> 4);
         const auto &quantise = form.block(i);
         using Quantise = std::decay_t<decltype(quantise)>;
-        refill(b);
-        int32_t position = -1;
-        // The first coefficient's code of one bit and a sign, which stands in no table: run 0, level 1 or -1.
-        if (peek(b, 1)) {
-            block[0] = quantise.first((peek(b, 2) & 1) != 0);
-            skip(b, 2);
-            position = 0;
-        }
         const CoefficientSet &set = kCoefficientsNonIntra;
-        position = interleaved
-                       ? RunLevelReader<false, true, Quantise>{b, set, scan, mpeg1, block, position, quantise}.read()
-                       : RunLevelReader<false, false, Quantise>{b, set, scan, mpeg1, block, position, quantise}.read();
+        const CoefficientCode *start = kFirstNonIntra.first;
+        const int32_t position =
+            interleaved
+                ? RunLevelReader<false, true, Quantise>{b, set, start, scan, mpeg1, block, -1, quantise}.read()
+                : RunLevelReader<false, false, Quantise>{b, set, start, scan, mpeg1, block, -1, quantise}.read();
         if (position == kBadCoefficient) {
             result = -1;
             break;

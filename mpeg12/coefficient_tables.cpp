@@ -44,9 +44,17 @@ constexpr CoefficientSet buildSet(const RunLevelCode (&own)[N], CodeBits endOfBl
     return set;
 }
 
+constexpr FirstCodes buildFirstNonIntra(const CoefficientSet &set) {
+    FirstCodes codes{};
+    for (uint32_t i = 0; i < 256; ++i) codes.first[i] = set.first[i];
+    for (uint32_t i = 256; i < 512; ++i) codes.first[i] = {2, 1, static_cast<int16_t>(i < 384 ? 3 : -3)};
+    return codes;
+}
+
 }  // namespace
 
 constexpr CoefficientSet kCoefficientsNonIntra = buildSet(codes::kRunLevelsB14, codes::kEndOfBlockB14, true);
+constexpr FirstCodes kFirstNonIntra = buildFirstNonIntra(kCoefficientsNonIntra);
 constexpr CoefficientSet kCoefficientsIntraB14 = buildSet(codes::kRunLevelsB14, codes::kEndOfBlockB14, false);
 constexpr CoefficientSet kCoefficientsIntraB15 = buildSet(codes::kRunLevelsB15, codes::kEndOfBlockB15, false);
 

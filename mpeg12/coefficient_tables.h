@@ -31,6 +31,12 @@ struct CoefficientSet {
 };
 
 extern const CoefficientSet kCoefficientsNonIntra;  // B-14, levels doubled
+
+// The first array for a non-intra block's first code, where a leading 1 and a sign are run 0 and level 1 or -1.
+struct FirstCodes {
+    alignas(64) CoefficientCode first[512];
+};
+extern const FirstCodes kFirstNonIntra;
 extern const CoefficientSet kCoefficientsIntraB14;
 extern const CoefficientSet kCoefficientsIntraB15;
 

@@ -18,11 +18,6 @@ struct MergedScale {
     int16_t operator()(int32_t level, uint32_t s) const {
         return static_cast<int16_t>((static_cast<int64_t>(level * scale) * static_cast<int64_t>(factor[s])) >> 32);
     }
-    // The one-bit code stands for a doubled level of 3. factor[0] has no fraction, its aanScale being 2^14.
-    int16_t first(bool negative) const {
-        const int32_t level = negative ? -3 : 3;
-        return static_cast<int16_t>((level * scale * static_cast<int32_t>(factor[0] >> 20)) >> 12);
-    }
 };
 
 struct Fast {

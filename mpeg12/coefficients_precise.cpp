@@ -18,7 +18,6 @@ struct PlainScale {
         const int32_t p = static_cast<int16_t>(level * scale);
         return static_cast<int16_t>((p * weight[s] + (level >> 31 & ((1 << shift) - 1))) >> shift);
     }
-    int16_t first(bool negative) const { return (*this)(negative ? -3 : 3, 0); }
 };
 
 struct Precise {

@@ -20,13 +20,12 @@ TVK_INLINE bool readAddress(SliceWorker *w, BitWindow &b) {
             refill(b);
         }
     }
-    const int16_t *table = vlcTable(vlcMacroblockIncrement);
     uint32_t increment = 0;
-    int32_t value = DecodeVlc(b, table);
+    int32_t value = decodeFlat<kFlatBits>(b, kFlatTables.macroblockIncrement);
     while (value == kMacroblockEscape) {
         increment += 33;
         refill(b);
-        value = DecodeVlc(b, table);
+        value = decodeFlat<kFlatBits>(b, kFlatTables.macroblockIncrement);
     }
     if (value == kInvalidCode) return false;
     MacroblockRecord &m = w->macroblock;
@@ -151,7 +150,7 @@ TVK_INLINE bool readComponent(SliceWorker *w, BitWindow &b, int32_t r, int32_t s
     if (code == kInvalidCode) return false;
     m.motionCode[r][s][t] = code;
     const int32_t size = static_cast<int32_t>(w->stream->headers.pictureCoding.fCode[2 * s + t] & 15);
-    if (size != 0 && code != 0) m.motionResidual[r][s][t] = static_cast<int32_t>(take(b, size));
+    m.motionResidual[r][s][t] = static_cast<int32_t>(takeOrNone(b, code != 0 ? size : 0));
     return true;
 }
 
@@ -197,7 +196,7 @@ TVK_INLINE bool readMotionVectors(SliceWorker *w, BitWindow &b, int32_t s) {
 TVK_INLINE bool readPattern(SliceWorker *w, BitWindow &b) {
     MacroblockRecord &m = w->macroblock;
     refill(b);
-    const int32_t pattern = DecodeVlc(b, vlcTable(vlcCodedBlockPattern));
+    const int32_t pattern = decodeFlat<kFlatPatternBits>(b, kFlatTables.codedBlockPattern);
     if (pattern == kInvalidCode) return false;
     m.codedBlockMask = static_cast<uint32_t>(pattern) << 26;
     if (m.cbpExtraBits) m.codedBlockMask |= take(b, static_cast<int32_t>(m.cbpExtraBits)) << (26 - m.cbpExtraBits);

@@ -13,18 +13,19 @@ int32_t sizeOf(const Headers &h, int32_t s, int32_t t) {
 
 // The predictor of one component moved by its delta and wrapped into [-16 << r, (16 << r) - 1].
 // |delta| is at most 16 << r, so one step of the wrap suffices, and with r up to 15 all stays within 2^20.
-int32_t moveComponent(int32_t predictor, int32_t code, int32_t residual, int32_t r) {
-    if (code == 0) return predictor;
-    const int32_t magnitude = ((code < 0 ? -code : code) - 1) * (1 << r) + residual + 1;
-    int32_t moved = predictor + (code < 0 ? -magnitude : magnitude);
+// Code 0 changes nothing, and a predictor out of range stays so; signs and codes follow no pattern, hence no branches.
+TVK_INLINE int32_t moveComponent(int32_t predictor, int32_t code, int32_t residual, int32_t r) {
+    const int32_t sign = code >> 31;
+    const int32_t magnitude = ((code ^ sign) - sign - 1) * (1 << r) + residual + 1;
+    int32_t moved = predictor + ((magnitude ^ sign) - sign);
     const int32_t limit = 16 << r;
-    if (moved > limit - 1) moved -= 2 * limit;
-    if (moved < -limit) moved += 2 * limit;
-    return moved;
+    moved -= moved > limit - 1 ? 2 * limit : 0;
+    moved += moved < -limit ? 2 * limit : 0;
+    return code != 0 ? moved : predictor;
 }
 
 // `scaled`: the vertical predictor counts frame lines and the vector field lines.
-MotionVector movedVector(const SliceWorker *w, int32_t r, int32_t s, bool scaled) {
+TVK_INLINE MotionVector movedVector(const SliceWorker *w, int32_t r, int32_t s, bool scaled) {
     const Headers &h = w->stream->headers;
     const MacroblockRecord &m = w->macroblock;
     const MotionVector v = w->PMV[r][s];

@@ -23,18 +23,16 @@ TVK_INLINE int32_t DecodeVlc(BitWindow &b, const int16_t *table) {
     return entry >> 4;
 }
 
-// DecodeVlc on the motion_code table, whose first width the compiler may know.
-TVK_INLINE int32_t DecodeMotionCode(BitWindow &b) {
-    constexpr int32_t kWidth = kVlcLayout[vlcMotionCode].width;
-    const int16_t *table = vlcTable(vlcMotionCode);
-    int32_t entry = table[1 + peek(b, kWidth)];
-    if ((entry & 15) == 0) {
-        skip(b, kWidth);
-        const int16_t *level = table + (entry >> 4);
-        entry = level[1 + peek(b, level[0])];
-    }
+// The same from a table of one level that the next `bits` bits index.
+template <int32_t bits>
+TVK_INLINE int32_t decodeFlat(BitWindow &b, const int16_t *table) {
+    const int32_t entry = table[peek(b, bits)];
     skip(b, entry & 15);
     return entry >> 4;
+}
+
+TVK_INLINE int32_t DecodeMotionCode(BitWindow &b) {
+    return decodeFlat<kFlatBits>(b, kFlatTables.motionCode);
 }
 
 }  // namespace tvk

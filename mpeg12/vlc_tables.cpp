@@ -136,11 +136,26 @@ constexpr BuiltTables buildTables() {
     return {b.words, fit};
 }
 
+template <size_t entries, size_t N>
+constexpr void fillFlat(int16_t (&table)[entries], int32_t width, const VlcCode (&list)[N]) {
+    for (int16_t &entry : table) entry = kInvalidEntry;
+    for (const VlcCode &c : list) fill(table, width, c.bits.code, c.bits.length, c.value, c.bits.length);
+}
+
+constexpr FlatTables buildFlatTables() {
+    FlatTables flat{};
+    fillFlat(flat.codedBlockPattern, kFlatPatternBits, codes::kCodedBlockPattern);
+    fillFlat(flat.motionCode, kFlatBits, codes::kMotionCode);
+    fillFlat(flat.macroblockIncrement, kFlatBits, codes::kMacroblockIncrement);
+    return flat;
+}
+
 constexpr BuiltTables kBuilt = buildTables();
 static_assert(kBuilt.fit);
 
 }  // namespace
 
 constexpr VlcWords kVlcWords = kBuilt.words;
+constexpr FlatTables kFlatTables = buildFlatTables();
 
 }  // namespace tvk

@@ -80,6 +80,16 @@ struct VlcWords {
 };
 extern const VlcWords kVlcWords;
 
+// The codes that most macroblocks have, once more in tables of a single level, as wide as the longest code: which of
+// them has a link is a branch that cannot be foretold. Entries as above.
+inline constexpr int32_t kFlatBits = 11, kFlatPatternBits = 9;
+struct FlatTables {
+    alignas(64) int16_t codedBlockPattern[1 << kFlatPatternBits];
+    alignas(64) int16_t motionCode[1 << kFlatBits];
+    alignas(64) int16_t macroblockIncrement[1 << kFlatBits];
+};
+extern const FlatTables kFlatTables;
+
 inline const int16_t *vlcTable(VlcTable table) {
     return kVlcWords.word + vlcTableStart(table);
 }

@@ -74,6 +74,12 @@ struct alignas(64) SliceWorker {
     Thread thread;
 };
 
+// Blocks of a macroblock: 6, 8 or 12. The reserved chroma format counts 5 and so has no pair of chroma blocks.
+inline int32_t blockCount(const SliceWorker *worker) {
+    const uint32_t blocks = worker->stream->headers.blocksPerMacroblock;
+    return blocks < kMaxBlocks ? static_cast<int32_t>(blocks) : kMaxBlocks;
+}
+
 // mpeg12/workers.cpp
 
 // Slices are dealt out by index modulo threadCount, and no unit has more than this many: contexts beyond it would

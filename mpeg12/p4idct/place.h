@@ -32,11 +32,6 @@ inline bool fieldDct(const SliceWorker *worker) {
     return worker->macroblock.dctType != 0 && framePicture(worker);
 }
 
-// The reserved chroma format counts 5 blocks and so has no pair.
-inline int32_t blockCount(const SliceWorker *worker) {
-    const uint32_t blocks = worker->stream->headers.blocksPerMacroblock;
-    return blocks < kMaxBlocks ? static_cast<int32_t>(blocks) : kMaxBlocks;
-}
 inline int32_t chromaPairs(const SliceWorker *worker) {
     return (blockCount(worker) - 4) / 2;
 }
