@@ -10,5 +10,8 @@ void addInfoCommand(CLI::App &app);
 void addDecodeCommand(CLI::App &app);
 void addIndexCommand(CLI::App &app);
 void addCutCommand(CLI::App &app);
+void addExportCommand(CLI::App &app);
+void addSheetCommand(CLI::App &app);
+void addCompareCommand(CLI::App &app);
 
 }  // namespace tvk::tool

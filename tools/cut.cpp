@@ -160,7 +160,14 @@ class PieceWriter {
         }
         const bool dropped =
             picture.frame > piece.firstFrame && picture.frame <= piece.firstFrame + piece.droppedFrames;
-        if (number >= first && !dropped) write(split);
+        if (number < first || dropped) {
+            skipped = true;
+            return;
+        }
+        // Matrices that a skipped picture has loaded stay in force behind it.
+        if (skipped) matrices.insertInto(split.picture);
+        skipped = false;
+        write(split);
     }
 
   private:
@@ -170,7 +177,6 @@ class PieceWriter {
         lowerTemporalReference(split.picture, lowering);
         markClosed(split.group);
         split.sequence = sequence;
-        matrices.insertInto(split.picture);
     }
 
     void write(const SplitPicture &split) {
@@ -183,6 +189,7 @@ class PieceWriter {
     OutputFile &file;
     Bytes sequence;
     LoadedMatrices matrices;
+    bool skipped = false;
     int32_t lowering = 0;
 };
 

@@ -29,6 +29,9 @@ int run(int argc, char **argv) {
     addDecodeCommand(app);
     addIndexCommand(app);
     addCutCommand(app);
+    addExportCommand(app);
+    addSheetCommand(app);
+    addCompareCommand(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success &asked) {

@@ -38,6 +38,26 @@ void splitPairs(const uint8_t *pairs, size_t count, uint8_t *__restrict first, u
     }
 }
 
+// Behind `ahead` bytes that are left to the caller.
+void makePlanes(const VideoFrame &frame, size_t ahead, std::vector<uint8_t> &out) {
+    const VideoPlane &luma = frame.lumaPlane, &chroma = frame.chromaPlane;
+    const size_t width = static_cast<size_t>(luma.width), height = static_cast<size_t>(luma.height);
+    // A picture of odd size has a last chroma column and row that the plane's width and height leave out; the plane's
+    // storage, a multiple of 32 samples each way, holds them.
+    const size_t chromaWidth = frame.chromaFormat == 3 ? width : halfUp(luma.width);
+    const size_t chromaHeight = frame.chromaFormat == 1 ? halfUp(luma.height) : height;
+
+    out.resize(ahead + width * height + 2 * chromaWidth * chromaHeight);
+    uint8_t *to = out.data() + ahead;
+    for (size_t row = 0; row < height; ++row, to += width) {
+        std::memcpy(to, luma.data + row * static_cast<size_t>(luma.stride), width);
+    }
+    uint8_t *second = to + chromaWidth * chromaHeight;
+    for (size_t row = 0; row < chromaHeight; ++row, to += chromaWidth, second += chromaWidth) {
+        splitPairs(chroma.data + row * static_cast<size_t>(chroma.stride), chromaWidth, to, second);
+    }
+}
+
 }  // namespace
 
 Y4mShape shapeOf(const VideoFrame &frame) {
@@ -51,25 +71,13 @@ std::string y4mHeader(const Y4mShape &shape, const StreamFacts &facts) {
            colourTag(shape, facts) + "\n";
 }
 
-void makeY4mFrame(const VideoFrame &frame, std::vector<uint8_t> &out) {
-    const VideoPlane &luma = frame.lumaPlane, &chroma = frame.chromaPlane;
-    const size_t width = static_cast<size_t>(luma.width), height = static_cast<size_t>(luma.height);
-    // A picture of odd size has a last chroma column and row that the plane's width and height leave out; the plane's
-    // storage, a multiple of 32 samples each way, holds them.
-    const size_t chromaWidth = frame.chromaFormat == 3 ? width : halfUp(luma.width);
-    const size_t chromaHeight = frame.chromaFormat == 1 ? halfUp(luma.height) : height;
+void makeY4mPlanes(const VideoFrame &frame, std::vector<uint8_t> &out) {
+    makePlanes(frame, 0, out);
+}
 
-    out.resize(kMarkerBytes + width * height + 2 * chromaWidth * chromaHeight);
-    uint8_t *to = out.data();
-    std::memcpy(to, kFrameMarker, kMarkerBytes);
-    to += kMarkerBytes;
-    for (size_t row = 0; row < height; ++row, to += width) {
-        std::memcpy(to, luma.data + row * static_cast<size_t>(luma.stride), width);
-    }
-    uint8_t *second = to + chromaWidth * chromaHeight;
-    for (size_t row = 0; row < chromaHeight; ++row, to += chromaWidth, second += chromaWidth) {
-        splitPairs(chroma.data + row * static_cast<size_t>(chroma.stride), chromaWidth, to, second);
-    }
+void makeY4mFrame(const VideoFrame &frame, std::vector<uint8_t> &out) {
+    makePlanes(frame, kMarkerBytes, out);
+    std::memcpy(out.data(), kFrameMarker, kMarkerBytes);
 }
 
 }  // namespace tvk::tool

@@ -19,7 +19,9 @@ struct Y4mShape {
 
 Y4mShape shapeOf(const VideoFrame &frame);
 std::string y4mHeader(const Y4mShape &shape, const StreamFacts &facts);
-// Replaces `out` by the frame's marker and its three planes, Cb and Cr taken apart.
+// Replaces `out` by the frame's three planes, Cb and Cr taken apart.
+void makeY4mPlanes(const VideoFrame &frame, std::vector<uint8_t> &out);
+// Replaces `out` by the frame's marker and its three planes.
 void makeY4mFrame(const VideoFrame &frame, std::vector<uint8_t> &out);
 
 }  // namespace tvk::tool
