@@ -19,13 +19,6 @@ constexpr bool indexesAreInverse() {
 }
 static_assert(indexesAreInverse());
 
-constexpr bool allSet(const ConverterTable &table) {
-    for (RowConverter converter : table)
-        if (converter == nullptr) return false;
-    return true;
-}
-static_assert(allSet(kRowConverterTable<NativeLanes>));
-
 struct ConverterName {
     char text[24];
 };

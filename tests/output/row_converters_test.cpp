@@ -176,6 +176,11 @@ TEST(RowConverters, equalOneSampleAtATimeForAllChromaPairs) {
         expectAllEqual({picture, target, 7, fullRowBytes(target, 512), 256, 256, 0});
 }
 
+TEST(RowConverterTable, hasAConverterInEveryPlace) {
+    for (const RowConverter converter : kRowConverterTable<NativeLanes>) EXPECT_NE(nullptr, converter);
+    for (const RowConverter converter : kRowConverterTable<PortableLanes>) EXPECT_NE(nullptr, converter);
+}
+
 TEST(RowConverterTable, bothPartsShareTheirYuvEntries) {
     std::set<RowConverter> distinct;
     for (int32_t i = 0; i < kRowKinds; ++i) {
