@@ -30,14 +30,15 @@ bool withinLimit(size_t size) {
     std::abort();
 }
 
-// Keeps the compiler from leaving out the reads that a memory checker is to see.
+// Keeps the compiler from leaving out the reads that a memory checker is to see; the branch on their sum shows bytes
+// that nobody has written.
 std::atomic<uint32_t> sink;
 
 void readBytes(const void *bytes, size_t size) {
     const uint8_t *p = static_cast<const uint8_t *>(bytes);
     uint32_t sum = 0;
     for (size_t i = 0; i < size; ++i) sum += p[i];
-    sink.fetch_add(sum, std::memory_order_relaxed);
+    if (sum & 1) sink.fetch_add(1, std::memory_order_relaxed);
 }
 
 void readPlane(const VideoPlane &plane) {
