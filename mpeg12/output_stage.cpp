@@ -46,7 +46,6 @@ void openOutput(SliceWorker *worker) {
     // A second field goes to the buffer of the first.
     if (stream->frames.fieldPending == 0) frame->bufferSlot = drawSlot(stream->callbacks.slots);
     stream->frames.workFramesShown = 1;
-    stream->frames.workFramesShown = 1;
     stream->callbacks.memoryManager(memoryPictureBegins, frame);
 
     Conversion &conversion = stream->conversion;
