@@ -1,7 +1,7 @@
 # Shared by the scripts of this folder: which Debian packages what needs, and how they are installed.
 # shellcheck shell=sh disable=SC2034
 
-build_packages='cmake ninja-build g++ pkg-config libcli11-dev nlohmann-json3-dev nettle-dev'
+build_packages='cmake ninja-build g++ pkg-config libcli11-dev nlohmann-json3-dev nettle-dev libpng-dev'
 demo_packages='python3-minimal libpython3-stdlib'
 test_packages='libgtest-dev libbenchmark-dev libjpeg-dev binutils python3 ffmpeg'
 clang_packages='clang-14'

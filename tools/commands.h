@@ -13,5 +13,6 @@ void addCutCommand(CLI::App &app);
 void addExportCommand(CLI::App &app);
 void addSheetCommand(CLI::App &app);
 void addCompareCommand(CLI::App &app);
+void addExplainCommand(CLI::App &app);
 
 }  // namespace tvk::tool

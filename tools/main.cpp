@@ -32,6 +32,7 @@ int run(int argc, char **argv) {
     addExportCommand(app);
     addSheetCommand(app);
     addCompareCommand(app);
+    addExplainCommand(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success &asked) {

@@ -19,8 +19,12 @@ class Errors(unittest.TestCase):
         self.assertEqual(done.stdout, b"")
 
     def test_missingFileIsNamed(self):
-        for command in ("info", "decode"):
+        for command in ("info", "decode", "index", "explain"):
             self.refuse(1, "no/such.m2v", command, "no/such.m2v")
+        self.refuse(1, "no/such.m2v", "cut", "no/such.m2v", "-o", "out.m2v")
+        self.refuse(1, "no/such.m2v", "export", "no/such.m2v", "--frame", 1, "-o", "out.png")
+        self.refuse(1, "no/such.m2v", "sheet", "no/such.m2v", "-o", "out.png")
+        self.refuse(1, "no/such.m2v", "compare", "no/such.m2v", CLIPS / "demo.m2v")
 
     def test_fileWithoutVideoIsRefused(self):
         contents = {"empty": b"", "text": b"not a video\n" * 1000, "zeros": bytes(100000), "ones": b"\xff" * 5000}
@@ -50,12 +54,26 @@ class Errors(unittest.TestCase):
         self.refuse(2, "--threads", "decode", clip, "--threads", 0)
         self.refuse(2, "--precision fast", "decode", clip, "--reduce", 2, "--precision", "exact")
 
+    def test_framesThatCannotBeAreToldWithCodeTwo(self):
+        clip = CLIPS / "open_gop.m2v"
+        self.refuse(2, "24 frames", "decode", clip, "--md5", "--from", 25)
+        self.refuse(2, "the last one is 24", "decode", clip, "--md5", "--list", "3,25")
+        self.refuse(2, "24 frames", "decode", clip, "--md5", "--time", 1.0)
+        self.refuse(2, "--to", "decode", clip, "--md5", "--from", 9, "--to", 8)
+        self.refuse(2, "--from", "decode", clip, "--md5", "--from", 0)
+        self.refuse(2, "no frame of the types", "decode", clip, "--md5", "--from", 8, "--to", 12, "--types", "i")
+        self.refuse(2, "--list", "decode", clip, "--md5", "--list", 3, "--reverse")
+        self.refuse(2, "--frame or --list", "export", clip, "-o", "out.png")
+        for text in ("", "x", "3-", "-3", "5-4", "0", "1,,2", "1 2", "99999999999"):
+            self.refuse(2, "5,9,100-120" if text else "--list", "export", clip, "-o", "out.png", f"--list={text}")
+
     def test_inputIsNeverOverwritten(self):
         with tempfile.TemporaryDirectory() as folder:
             path = pathlib.Path(folder) / "clip.m2v"
             bytes_before = (CLIPS / "progressive.m2v").read_bytes()
             path.write_bytes(bytes_before)
             self.refuse(2, "input file", "decode", path, "-o", path)
+            self.refuse(2, "input file", "index", path, "-o", path)
             self.assertEqual(path.read_bytes(), bytes_before)
 
     def test_fullDiskIsToldWithCodeThree(self):
@@ -65,7 +83,7 @@ class Errors(unittest.TestCase):
     def test_helpTellsCommandsAndExitCodes(self):
         done = run("--help")
         self.assertEqual(done.returncode, 0)
-        for words in ("info", "decode", "Exit codes"):
+        for words in ("info", "decode", "index", "cut", "export", "sheet", "compare", "explain", "Exit codes"):
             self.assertIn(words, done.stdout.decode())
         self.assertEqual(run("decode", "--help").returncode, 0)
         self.assertEqual(run("--version").returncode, 0)
