@@ -34,18 +34,14 @@ struct FastArithmetic {
     }
 };
 
-// 32-bit lanes that wrap; products round to nearest, ties away from zero.
+// 32-bit lanes that wrap; products round to nearest, ties away from zero. Quarter size alone computes in them and needs
+// no other products.
 template <class L>
 struct WideArithmetic {
     using V = typename L::I32x4;
-    static V add(V a, V b) { return L::addWrap(a, b); }
-    static V sub(V a, V b) { return L::subWrap(a, b); }
-    static V byRoot2(V a) { return times<14>(a, 23170); }
     static V byTop(V a) { return times<14>(a, 30274); }
     static V byInner(V a) { return times<14>(a, 17734); }
     static V byOuter(V a) { return times<13>(a, 21407); }
-    static V byMinusOuter(V a) { return L::subWrap(L::zero32(), byOuter(a)); }
-    static V byEven(V a) { return times<16>(a, 27146); }
 
     // (p + (p < 0 ? -1 : 0) + 2^(n - 1)) >> n: to nearest, ties away from zero
     template <int n>

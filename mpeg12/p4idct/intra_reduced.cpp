@@ -10,13 +10,35 @@ namespace tvk {
 
 namespace {
 
-BlockForm formOf(const SliceWorker *worker, int32_t block, int32_t lowBit) {
-    if (blockBit(worker->dcOnlyBlockMask, block)) return BlockForm::single;
-    return blockBit(worker->lowBlockMask, lowBit) ? BlockForm::low : BlockForm::full;
+BlockSource sourceOf(SliceWorker *worker, int32_t block, int32_t lowBit) {
+    const BlockForm form = blockBit(worker->dcOnlyBlockMask, block) ? BlockForm::single
+                           : blockBit(worker->lowBlockMask, lowBit) ? BlockForm::low
+                                                                    : BlockForm::full;
+    return {intraBlock(worker, block), form, 8};
 }
 
 LineLayout layoutOf(bool field) {
     return field ? LineLayout::field : LineLayout::frame;
+}
+
+// Any two luma blocks of one form go together.
+template <class Idct>
+void lumaBlocks(SliceWorker *worker, const MacroblockPlace &place, int32_t unit) {
+    const LineLayout layout = layoutOf(place.field);
+    const auto store = [&]<BlockForm form>(uint32_t mask) {
+        const auto one = [&](int32_t i) {
+            Idct::store({intraBlock(worker, i), form, 8}, layout, lumaPlace(place, i, unit), place.luma.stride);
+        };
+        const auto two = [&](int32_t i, int32_t j) {
+            Idct::storePair({intraBlock(worker, i), form, 8}, {intraBlock(worker, j), form, 8}, layout,
+                            lumaPlace(place, i, unit), lumaPlace(place, j, unit), place.luma.stride);
+        };
+        inTwos(mask, one, two);
+    };
+    const BlocksByForm by(kLumaBlocks, worker->dcOnlyBlockMask, worker->lowBlockMask);
+    if (by.single != 0) store.template operator()<BlockForm::single>(by.single);
+    if (by.low != 0) store.template operator()<BlockForm::low>(by.low);
+    if (by.full != 0) store.template operator()<BlockForm::full>(by.full);
 }
 
 }  // namespace
@@ -25,14 +47,12 @@ void IntraHalf(SliceWorker *worker) {
     using Idct = HalfIdct<NativeLanes>;
     MacroblockPlace place;
     if (!locateMacroblock(worker, 4, place)) return;
-    for (int32_t i = 0; i < 4; ++i)
-        Idct::store(intraBlock(worker, i), formOf(worker, i, i), layoutOf(place.field), lumaPlace(place, i, 4),
-                    place.luma.stride);
+    lumaBlocks<Idct>(worker, place, 4);
     for (int32_t pair = 0; pair < place.chromaPairs; ++pair) {
         const int32_t cb = 4 + 2 * pair, cr = cb + 1;
         // DEPARTURE(low form of half-size intra chroma): each component goes by the other's mask bit.
-        Idct::storePair(intraBlock(worker, cb), formOf(worker, cb, cr), intraBlock(worker, cr), formOf(worker, cr, cb),
-                        layoutOf(place.chromaField), chromaPlace(place, pair, 4), place.chroma.stride);
+        Idct::storeChroma(sourceOf(worker, cb, cr), sourceOf(worker, cr, cb), layoutOf(place.chromaField),
+                          chromaPlace(place, pair, 4), place.chroma.stride);
     }
 }
 
@@ -40,12 +60,12 @@ void IntraQuarter(SliceWorker *worker) {
     using Idct = QuarterIdct<NativeLanes>;
     MacroblockPlace place;
     if (!locateMacroblock(worker, 2, place)) return;
-    for (int32_t i = 0; i < 4; ++i)
-        Idct::store(intraBlock(worker, i), formOf(worker, i, i), layoutOf(place.field), lumaPlace(place, i, 2),
-                    place.luma.stride, 1);
-    for (int32_t i = 4; i < 4 + 2 * place.chromaPairs; ++i)
-        Idct::store(intraBlock(worker, i), formOf(worker, i, i), layoutOf(place.chromaField),
-                    chromaPlace(place, (i - 4) >> 1, 2) + (i & 1), place.chroma.stride, 2);
+    lumaBlocks<Idct>(worker, place, 2);
+    for (int32_t pair = 0; pair < place.chromaPairs; ++pair) {
+        const int32_t cb = 4 + 2 * pair, cr = cb + 1;
+        Idct::storeChroma(sourceOf(worker, cb, cb), sourceOf(worker, cr, cr), layoutOf(place.chromaField),
+                          chromaPlace(place, pair, 2), place.chroma.stride);
+    }
 }
 
 }  // namespace tvk

@@ -257,61 +257,94 @@ TYPED_TEST(Idct, floatScaleIsItsFormula) {
             EXPECT_EQ(kFloatScale.value[8 * r + c], static_cast<float>(reference::k(r) * reference::k(c) / 8));
 }
 
-TYPED_TEST(Idct, halfMatchesReference) {
+TYPED_TEST(Idct, halfResidualMatchesReference) {
     for (const Block &b : idct_test::blocks())
         for (BlockForm form : kForms)
-            for (LineLayout layout : kLayouts) {
-                const auto want = reference::half(b, form == BlockForm::low, layout == LineLayout::field);
-                GuardedPixels dst(4, 4);
-                HalfIdct<TypeParam>::store(AlignedBlock(b).values, form, layout, dst.at(), kStride);
-                dst.expect([&](int r, int c) { return reference::pixel(want[at(r, c, 4)]); });
+            for (LineLayout layout : kLayouts)
                 for (int distance : {8, 16}) {
+                    const auto want = reference::half(b, form == BlockForm::low, layout == LineLayout::field);
                     GuardedBlock source(b, distance);
                     int16_t residual[40] = {};
-                    HalfIdct<TypeParam>::residual(source.at(), form, layout, distance, residual, distance / 2);
+                    HalfIdct<TypeParam>::residual({source.at(), form, distance}, layout, residual, distance / 2);
                     for (int i = 0; i < 40; ++i) {
                         const int row = i / (distance / 2), column = i % (distance / 2);
                         ASSERT_EQ(residual[i], row < 4 && column < 4 ? want[at(row, column, 4)] : 0);
                     }
                 }
-                if (this->HasFatalFailure()) return;
-            }
 }
 
-TYPED_TEST(Idct, halfPairInterleavesCbAndCr) {
+// Both blocks of a pair, in each combination of forms and layouts.
+template <class Check>
+void forEachPair(Check check) {
     const auto blocks = idct_test::blocks();
-    for (size_t i = 0; i + 1 < blocks.size(); i += 2)
-        for (LineLayout layout : kLayouts) {
-            const auto cb = reference::half(blocks[i], true, layout == LineLayout::field);
-            const auto cr = reference::half(blocks[i + 1], false, layout == LineLayout::field);
-            GuardedPixels dst(8, 4);
-            HalfIdct<TypeParam>::storePair(AlignedBlock(blocks[i]).values, BlockForm::low,
-                                           AlignedBlock(blocks[i + 1]).values, BlockForm::full, layout, dst.at(),
-                                           kStride);
-            dst.expect([&](int r, int c) { return reference::pixel((c % 2 == 0 ? cb : cr)[at(r, c / 2, 4)]); });
-            if (this->HasFatalFailure()) return;
-        }
+    for (size_t i = 0; i + 1 < blocks.size(); ++i)
+        for (BlockForm a : kForms)
+            for (BlockForm b : kForms)
+                for (LineLayout layout : kLayouts) {
+                    check(blocks[i], a, blocks[i + 1], b, layout);
+                    if (testing::Test::HasFatalFailure()) return;
+                }
 }
 
-TYPED_TEST(Idct, quarterMatchesReference) {
+TYPED_TEST(Idct, halfPairsLieSideBySideOrInterleave) {
+    forEachPair([](const Block &a, BlockForm aForm, const Block &b, BlockForm bForm, LineLayout layout) {
+        const bool field = layout == LineLayout::field;
+        const auto left = reference::half(a, aForm == BlockForm::low, field);
+        const auto right = reference::half(b, bForm == BlockForm::low, field);
+        const AlignedBlock p(a), q(b);
+        const BlockSource first{p.values, aForm, 8}, second{q.values, bForm, 8};
+        GuardedPixels luma(8, 4), chroma(8, 4);
+        HalfIdct<TypeParam>::storePair(first, second, layout, luma.at(), luma.at() + 4, kStride);
+        luma.expect([&](int r, int c) { return reference::pixel((c < 4 ? left : right)[at(r, c & 3, 4)]); });
+        GuardedPixels alone(4, 4);
+        HalfIdct<TypeParam>::store(first, layout, alone.at(), kStride);
+        alone.expect([&](int r, int c) { return reference::pixel(left[at(r, c, 4)]); });
+        HalfIdct<TypeParam>::storeChroma(first, second, layout, chroma.at(), kStride);
+        chroma.expect([&](int r, int c) { return reference::pixel((c % 2 == 0 ? left : right)[at(r, c / 2, 4)]); });
+        int16_t residual[2][16];
+        HalfIdct<TypeParam>::residualPair(first, second, layout, residual[0], residual[1], 4);
+        for (size_t i = 0; i < 16; ++i) {
+            ASSERT_EQ(residual[0][i], left[i]);
+            ASSERT_EQ(residual[1][i], right[i]);
+        }
+    });
+}
+
+TYPED_TEST(Idct, quarterResidualMatchesReference) {
     for (const Block &b : idct_test::blocks())
         for (BlockForm form : kForms)
             for (LineLayout layout : kLayouts) {
                 const auto want = reference::quarter(b, form == BlockForm::low, layout == LineLayout::field);
-                for (int step : {1, 2}) {
-                    GuardedPixels dst(2 * step, 2);
-                    QuarterIdct<TypeParam>::store(AlignedBlock(b).values, form, layout, dst.at(), kStride, step);
-                    dst.expect([&](int r, int c) {
-                        return c % step == 0 ? reference::pixel(want[at(r, c / step, 2)]) : 0xA5;
-                    });
-                }
                 GuardedBlock source(b, 16);
                 int16_t residual[8] = {};
-                QuarterIdct<TypeParam>::residual(source.at(), form, layout, 16, residual, 4);
+                QuarterIdct<TypeParam>::residual({source.at(), form, 16}, layout, residual, 4);
                 for (int i = 0; i < 8; ++i)
                     ASSERT_EQ(residual[i], i % 4 < 2 ? static_cast<int16_t>(want[at(i / 4, i % 4, 2)]) : 0);
-                if (this->HasFatalFailure()) return;
             }
+}
+
+TYPED_TEST(Idct, quarterPairsLieSideBySideOrInterleave) {
+    forEachPair([](const Block &a, BlockForm aForm, const Block &b, BlockForm bForm, LineLayout layout) {
+        const bool field = layout == LineLayout::field;
+        const auto left = reference::quarter(a, aForm == BlockForm::low, field);
+        const auto right = reference::quarter(b, bForm == BlockForm::low, field);
+        const AlignedBlock p(a), q(b);
+        const BlockSource first{p.values, aForm, 8}, second{q.values, bForm, 8};
+        GuardedPixels luma(4, 2), chroma(4, 2);
+        QuarterIdct<TypeParam>::storePair(first, second, layout, luma.at(), luma.at() + 2, kStride);
+        luma.expect([&](int r, int c) { return reference::pixel((c < 2 ? left : right)[at(r, c & 1, 2)]); });
+        GuardedPixels alone(2, 2);
+        QuarterIdct<TypeParam>::store(first, layout, alone.at(), kStride);
+        alone.expect([&](int r, int c) { return reference::pixel(left[at(r, c, 2)]); });
+        QuarterIdct<TypeParam>::storeChroma(first, second, layout, chroma.at(), kStride);
+        chroma.expect([&](int r, int c) { return reference::pixel((c % 2 == 0 ? left : right)[at(r, c / 2, 2)]); });
+        int16_t residual[2][4];
+        QuarterIdct<TypeParam>::residualPair(first, second, layout, residual[0], residual[1], 2);
+        for (size_t i = 0; i < 4; ++i) {
+            ASSERT_EQ(residual[0][i], static_cast<int16_t>(left[i]));
+            ASSERT_EQ(residual[1][i], static_cast<int16_t>(right[i]));
+        }
+    });
 }
 
 TYPED_TEST(Idct, reducedSingleValueEqualsTheOtherForms) {
@@ -321,8 +354,8 @@ TYPED_TEST(Idct, reducedSingleValueEqualsTheOtherForms) {
             int i = 0;
             for (BlockForm form : {BlockForm::full, BlockForm::low, BlockForm::single}) {
                 const AlignedBlock block(singleBlock(c));
-                HalfIdct<TypeParam>::residual(block.values, form, layout, 8, half[i], 4);
-                QuarterIdct<TypeParam>::residual(block.values, form, layout, 8, quarter[i], 2);
+                HalfIdct<TypeParam>::residual({block.values, form, 8}, layout, half[i], 4);
+                QuarterIdct<TypeParam>::residual({block.values, form, 8}, layout, quarter[i], 2);
                 ++i;
             }
             for (int other : {0, 1}) {

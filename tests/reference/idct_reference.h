@@ -195,11 +195,12 @@ inline int add32(int a, int b) {
 inline int sub32(int a, int b) {
     return wrap32(int64_t{a} - b);
 }
-inline int rnd(int p, int n) {
-    return add32(add32(p, p < 0 ? -1 : 0), 1 << (n - 1)) >> n;
+inline int rnd(int64_t p, int n) {
+    return static_cast<int>((p + (p < 0 ? -1 : 0) + (1 << (n - 1))) >> n);
 }
+// The product whole: coefficients of any size may come, and 32 bits hold those of a well-formed block only.
 inline int rndTimes(int a, int factor, int n) {
-    return rnd(wrap32(int64_t{a} * factor), n);
+    return rnd(int64_t{a} * factor, n);
 }
 
 inline Eight quarterPass(const Eight &i, bool low) {
