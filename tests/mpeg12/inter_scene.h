@@ -170,7 +170,9 @@ struct InterScene : SliceState {
     reference::Source source(int s, reference::Vector v, int select) const {
         const bool fromCurrent =
             kind.field && !kind.b && worker->secondFieldFlag && select != worker->pictureStructureIndex;
-        const Planes &p = fromCurrent ? current : s == 0 ? forward : backward;
+        // At eighth size the lines that a second field reads may be those that it has just written.
+        const Planes &written = picture.stacked() ? want : current;
+        const Planes &p = fromCurrent ? written : s == 0 ? forward : backward;
         return {{p.luma.data(), lumaStride}, {p.chroma.data(), chromaStride}, v, select};
     }
     reference::Vector vectorOf(int r, int s) const { return {worker->PMV[r][s].x, worker->PMV[r][s].y}; }

@@ -175,6 +175,8 @@ inline int fullValue(const SampleCase &c, const RowSources &row, int residual) {
     return clampSample(static_cast<int16_t>(prediction + residual));
 }
 
+// At eighth size frame pictures of 4:2:0 average in two passes with a clamp between them; two fields of two sources, as
+// all else, in one.
 inline int reducedValue(const SampleCase &c, const RowSources &row, int residual) {
     const int total = 4 * c.picture.reduce * c.picture.reduce;
     const auto mean = [&](std::vector<Source> group, const std::vector<Source> &more) {
@@ -187,7 +189,8 @@ inline int reducedValue(const SampleCase &c, const RowSources &row, int residual
     if (row.first.empty() || row.second.empty()) return clampSample(mean(row.first, row.second) + residual);
     const int a = mean(row.first, {}), b = mean(row.second, {});
     if (c.picture.reduce != 8) return clampSample(floorDiv(2 * residual + a + b, 2));
-    if (c.picture.chroma == 1 && !c.picture.field) return pavg(a, clampSample(b + 2 * residual));
+    const bool fields = row.first.size() == 2;
+    if (c.picture.chroma == 1 && !c.picture.field && !fields) return pavg(a, clampSample(b + 2 * residual));
     return clampSample(mean(row.first, row.second) + residual);
 }
 

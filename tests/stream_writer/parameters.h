@@ -68,7 +68,7 @@ struct SliceParameters {
     uint32_t quantiserCode = 8;
     bool intraSliceFlag = false;  // with it the intra_slice bit and seven reserved ones
     bool intraSlice = false;
-    std::vector<uint8_t> extraInformation;  // only with intraSliceFlag in MPEG-2; MPEG-1 has no other bits there
+    std::vector<uint8_t> extraInformation{};  // only with intraSliceFlag in MPEG-2; MPEG-1 has no other bits there
 };
 
 struct Vector {
