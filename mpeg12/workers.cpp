@@ -35,10 +35,12 @@ void writeFlag(uint32_t &flag, uint32_t value) {
     std::atomic_ref<uint32_t>(flag).store(value, std::memory_order_release);
 }
 
-// At eighth size a second field is stored over the lines of the first that it is predicted from, so that its slices
-// depend on each other.
+// A P picture that nothing stands before is predicted from itself. At eighth size a second field is stored over the
+// lines of the first that it is predicted from. The slices of such pictures depend on each other, and on one order.
 bool slicesInOrder(const VideoStream *stream) {
-    return stream->settings.reduceCoefficient == 8 && stream->frames.fieldPending != 0 &&
+    const FramePipeline &f = stream->frames;
+    if (f.forwardRef == f.currentFrame && stream->headers.picture.pictureCodingType == pictureP) return true;
+    return stream->settings.reduceCoefficient == 8 && f.fieldPending != 0 &&
            stream->headers.pictureCoding.pictureStructure != structureFrame;
 }
 

@@ -9,6 +9,7 @@
 #include "core/stream.h"
 #include "fuzz/application.h"
 #include "stream_writer/headers.h"
+#include "stream_writer/profiles.h"
 #include "stream_writer/slice_writer.h"
 #include "tvk_source.h"
 
@@ -188,6 +189,41 @@ TEST(Hostile, userDataAtTheLimitAndBeyond) {
             EXPECT_GT(frame->userDataSize, 0);
         }
         EXPECT_EQ(frames, 2u);
+    }
+}
+
+std::vector<Bytes> lumaOfFrames(const Bytes &bytes, uint8_t threads, uint8_t shift) {
+    std::vector<Bytes> planes;
+    Application application;
+    EXPECT_TRUE(application.open(bytes.data(), bytes.size(), tvkSourceAnyContent));
+    application.act(Action::reduce, shift);
+    application.act(Action::threads, threads);
+    while (const VideoFrame *frame = application.step(Loop::main))
+        planes.emplace_back(frame->lumaPlane.data, frame->lumaPlane.data + frame->lumaPlane.size);
+    return planes;
+}
+
+// Behind the sequence header everything up to the first P picture is gone: that picture is its own reference, and its
+// slices read what others of them write.
+TEST(Hostile, pictureThatIsItsOwnReferenceIsTheSameOnAnyNumberOfThreads) {
+    for (const Profile &profile : {Profile{"frames", mpeg2Options(1)}, Profile{"fields", interlacedOptions(2, 100)}}) {
+        SCOPED_TRACE(profile.name);
+        RandomStreamOptions options = profile.options;
+        options.maxB = 0;
+        options.intra = 5;
+        const RandomStream written = makeRandomStream(options);
+        size_t firstP = 0;
+        while (written.pictures[firstP].type != kPictureP || written.pictures[firstP].streamNumber == 1) ++firstP;
+        BitWriter w;
+        putSequence(w, options.sequence);
+        w.bytes.insert(w.bytes.end(), written.bytes.begin() + static_cast<ptrdiff_t>(written.pictures[firstP].offset),
+                       written.bytes.end());
+        for (uint8_t shift = 0; shift < 4; ++shift) {
+            const std::vector<Bytes> expected = lumaOfFrames(w.bytes, 1, shift);
+            ASSERT_FALSE(expected.empty());
+            for (int repeat = 0; repeat < 20; ++repeat)
+                EXPECT_EQ(lumaOfFrames(w.bytes, 3, shift) == expected, true) << "size 1/" << (1 << shift);
+        }
     }
 }
 
