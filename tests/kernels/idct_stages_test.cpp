@@ -104,10 +104,9 @@ struct Stage {
     }
     template <class Values>
     void want(int i, int size, const Values &values) {
+        const int *value = values.data();
         for (int y = 0; y < size; ++y)
-            for (int x = 0; x < size; ++x)
-                wanted(i, x, y, size) =
-                    static_cast<uint8_t>(reference::pixel(values[static_cast<size_t>(size * y + x)]));
+            for (int x = 0; x < size; ++x) wanted(i, x, y, size) = static_cast<uint8_t>(reference::pixel(*value++));
     }
     void expectPlanes() const {
         EXPECT_TRUE(luma == wantLuma);
