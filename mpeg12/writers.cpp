@@ -7,11 +7,15 @@
 #include <cstring>
 #include <utility>
 
+#include "core/inline.h"
 #include "core/lanes.h"
 
 namespace tvk {
 
 namespace {
+
+// The target's lines of the macroblocks that come next.
+constexpr uintptr_t kTargetAhead = 128;
 
 struct Plane {
     const uint8_t *data;
@@ -83,6 +87,7 @@ struct Writer {
         const Plane y = luma(w), c = chroma(w);
         const Target t = target(w, w->outputY, 1, 2, 2 * static_cast<ptrdiff_t>(w->stream->conversion.outputStride));
         for (int32_t row = 0; row < t.rows; ++row) {
+            prefetchWrite(t.data + t.stride * row, kTargetAhead);
             const uint8_t *chromaRow = c.data + c.stride * (k.chroma == chroma420 ? row / 2 : row);
             alignas(16) uint8_t halved[16];
             if constexpr (k.chroma == chroma444) {
@@ -96,11 +101,22 @@ struct Writer {
     static void copyLuma(SliceWorker *w) {
         const Plane y = luma(w);
         const Target t = target(w, w->outputY, 1, 1, w->stream->conversion.outputStride);
-        for (int32_t row = 0; row < t.rows; ++row) std::memcpy(t.data + t.stride * row, y.data + y.stride * row, side);
+        for (int32_t row = 0; row < t.rows; ++row) {
+            prefetchWrite(t.data + t.stride * row, kTargetAhead);
+            std::memcpy(t.data + t.stride * row, y.data + y.stride * row, side);
+        }
     }
 
     // One target row of chroma at half the luma's width from the source rows that it stands for.
     static void splitHalf(uint8_t *u, uint8_t *v, const uint8_t *c, ptrdiff_t stride) {
+        if constexpr (side == 16 && k.chroma != chroma444) {
+            using L = NativeLanes;
+            auto row = L::loadU(c);
+            if constexpr (k.chroma == chroma422) row = L::avgUp(row, L::loadU(c + stride));
+            L::storeHalf(u, L::evenBytes(row, row));
+            L::storeHalf(v, L::oddBytes(row, row));
+            return;
+        }
         for (int32_t i = 0; i < side / 2; ++i) {
             if constexpr (k.chroma == chroma420) {
                 u[i] = c[2 * i];
@@ -121,8 +137,11 @@ struct Writer {
         const ptrdiff_t stride = w->stream->conversion.outputStride / 2;
         const Target u = target(w, w->outputU, 2, 1, stride), v = target(w, w->outputV, 2, 1, stride);
         constexpr int32_t sourceRows = k.chroma == chroma420 ? 1 : 2;
-        for (int32_t row = 0; row < u.rows; ++row)
+        for (int32_t row = 0; row < u.rows; ++row) {
+            prefetchWrite(u.data + u.stride * row, kTargetAhead);
+            prefetchWrite(v.data + v.stride * row, kTargetAhead);
             splitHalf(u.data + u.stride * row, v.data + v.stride * row, c.data + c.stride * sourceRows * row, c.stride);
+        }
     }
 
     // Plain decimation to a quarter in each direction.
