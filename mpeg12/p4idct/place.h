@@ -69,7 +69,7 @@ inline bool locateMacroblock(SliceWorker *worker, int32_t unit, MacroblockPlace 
     };
     const bool chromaInterleaved = interleaved && pairs > 1;  // 4:2:0 chroma is always in frame order
     place.luma = placeOf(worker->currentLuma, lumaStart, interleaved);
-    place.chroma = placeOf(worker->currentChroma, chromaStart, chromaInterleaved);
+    place.chroma = pairs > 0 ? placeOf(worker->currentChroma, chromaStart, chromaInterleaved) : PlanePlace{};
     place.chromaPairs = pairs;
     place.field = interleaved || !frame;
     place.chromaField = chromaInterleaved || !frame;
