@@ -2,12 +2,13 @@
 // Times as people read them.
 #include "clock_text.h"
 
+#include <cmath>
 #include <cstdio>
 
 namespace tvk::tool {
 
 std::string clockText(double seconds) {
-    const auto milliseconds = static_cast<unsigned long long>(seconds * 1000.0 + 0.5);
+    const auto milliseconds = static_cast<unsigned long long>(std::llround(seconds * 1000.0));
     char text[48];
     std::snprintf(text, sizeof text, "%llu:%02llu:%02llu.%03llu", milliseconds / 3600000, milliseconds / 60000 % 60,
                   milliseconds / 1000 % 60, milliseconds % 1000);
@@ -15,7 +16,7 @@ std::string clockText(double seconds) {
 }
 
 std::string shortClockText(double seconds) {
-    const auto hundredths = static_cast<unsigned long long>(seconds * 100.0 + 0.5);
+    const auto hundredths = static_cast<unsigned long long>(std::llround(seconds * 100.0));
     const unsigned long long hours = hundredths / 360000, minutes = hundredths / 6000 % 60;
     char text[48];
     if (hours > 0) {

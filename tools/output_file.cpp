@@ -46,7 +46,7 @@ void OutputFile::fail() const {
 }
 
 void OutputFile::write(const void *bytes, size_t count) {
-    if (std::fwrite(bytes, 1, count, file) != count) fail();
+    if (count != 0 && std::fwrite(bytes, 1, count, file) != count) fail();
 }
 
 void OutputFile::close() {

@@ -25,6 +25,7 @@ namespace {
 
 constexpr int32_t kMargin = 8;
 constexpr int32_t kMostCells = 50, kWidest = 1920;
+constexpr int32_t kLongestSide = 65535;  // of a JPEG
 
 struct SheetOptions {
     std::string path, output;
@@ -100,6 +101,10 @@ void makeSheet(const SheetOptions &options) {
     const Ratio rate = frameRate(facts);
     const double secondsPerFrame = numbered.secondsPerFrame(static_cast<double>(rate.denominator) / rate.numerator);
 
+    if (grid.width() > kLongestSide || grid.height() > kLongestSide) {
+        throw ToolError(exitUsage, "the sheet would be " + std::to_string(grid.width()) + " x " +
+                                       std::to_string(grid.height()) + "; choose fewer frames or a smaller --width");
+    }
     Canvas canvas(grid.width(), grid.height());
     canvas.fill({0, 0, grid.width(), grid.height()}, greyDark);
     {
