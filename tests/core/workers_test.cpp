@@ -135,6 +135,15 @@ TEST_F(Workers, anySliceTableOfTheSourceIsBounded) {
     tvk::decodePicture(stream);
 }
 
+TEST_F(Workers, lastSliceBehindTheWalkDoesNotTakeItBack) {
+    loadSlices(3);
+    PictureUnit *unit = stream->input->unit;
+    unit->currentEntry = 3;
+    unit->lastSlice = 0;
+    tvk::decodePicture(stream);
+    EXPECT_EQ(3, unit->currentEntry);
+}
+
 TEST_F(Workers, missingReferenceDecodesNothing) {
     for (const auto member :
          {&tvk::FramePipeline::currentFrame, &tvk::FramePipeline::forwardRef, &tvk::FramePipeline::backwardRef}) {

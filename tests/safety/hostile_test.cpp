@@ -192,6 +192,29 @@ TEST(Hostile, userDataAtTheLimitAndBeyond) {
     }
 }
 
+// Macroblock rows of an interlaced picture come in pairs, the rows of the application's buffer do not: where the height
+// is an odd multiple of 16, the last macroblocks lie below it. The buffers are of exactly the size that they must have.
+TEST(Hostile, writersStayInsideTheApplicationsBuffer) {
+    for (const uint32_t chroma : {1u, 2u, 3u}) {
+        for (const uint32_t fieldPictures : {0u, 100u}) {
+            RandomStreamOptions options = interlacedOptions(chroma, fieldPictures);
+            options.sequence.width = 56;
+            options.sequence.height = 48;
+            const Bytes bytes = makeRandomStream(options).bytes;
+            for (uint8_t setting = 0; setting < 16; ++setting) {
+                Application application;
+                ASSERT_TRUE(application.open(bytes.data(), bytes.size(), tvkSourceAnyContent));
+                application.act(Action::reduce, setting % 4);
+                application.act(Action::conversionType, setting / 4);
+                application.act(Action::memoryManager, 0);
+                while (application.step(Loop::main)) {
+                }
+                EXPECT_EQ(application.result, tvkErrEndOfStream);
+            }
+        }
+    }
+}
+
 std::vector<Bytes> lumaOfFrames(const Bytes &bytes, uint8_t threads, uint8_t shift) {
     std::vector<Bytes> planes;
     Application application;
