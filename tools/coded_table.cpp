@@ -120,9 +120,10 @@ CodedTable scanCodedTable(OpenedStream &opened) {
     maker.close();
     VideoStreamInfo info{};
     tvkGetVideoStreamInfo(opened.stream, &info);
+    // Only I, P and B pictures are heard, while all take numbers.
     if (table.frames.size() != info.frameCount) {
         throw ToolError(exitFailed,
-                        opened.path + ": its picture headers are damaged, so it cannot be cut to the frame");
+                        opened.path + ": has damaged picture headers, or D pictures, and cannot be cut to the frame");
     }
     return table;
 }

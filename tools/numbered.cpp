@@ -142,12 +142,6 @@ void NumberedFrames::backwards(int32_t first, int32_t end, const std::function<b
     }
 }
 
-double NumberedFrames::clockAt(int32_t number) {
-    const VideoFrame *frame = at(number);
-    if (!frame) failAt(number);
-    return frame->presentationTime;
-}
-
 // The stream's clock runs in coded order, so a jump's time is a few frames off at most: over the whole file that is
 // little, and cadences that people use are told exactly.
 double NumberedFrames::secondsPerFrame(double framePeriod) {
@@ -156,8 +150,12 @@ double NumberedFrames::secondsPerFrame(double framePeriod) {
     const AllTypes allTypes(opened.stream);
     if (keyFrames.empty() || indexed - keyFrames.front() < 1) return framePeriod;
     const double frames = indexed - keyFrames.front();
-    const double start = clockAt(keyFrames.front());
-    const double periods = (clockAt(indexed) - start) / framePeriod / frames;
+    const VideoFrame *frame = at(keyFrames.front());
+    if (!frame) return framePeriod;
+    const double start = frame->presentationTime;
+    frame = at(indexed);
+    if (!frame) return framePeriod;
+    const double periods = (frame->presentationTime - start) / framePeriod / frames;
     for (const double cadence : kCadences) {
         if (std::abs(periods - cadence) * frames <= kReordering) return cadence * framePeriod;
     }

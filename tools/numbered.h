@@ -29,7 +29,6 @@ class NumberedFrames {
 
   private:
     int32_t startOfChunk(int32_t first, int32_t last) const;
-    double clockAt(int32_t number);
     VideoFrame *take(int32_t result);
 
     OpenedStream &opened;

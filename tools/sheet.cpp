@@ -110,12 +110,15 @@ void makeSheet(const SheetOptions &options) {
     {
         Progress progress;
         int32_t index = 0;
-        numbered.eachOf(evenNumbers(numbered.last(), grid.cells), [&](const VideoFrame &frame) {
+        for (const int32_t number : evenNumbers(numbered.last(), grid.cells)) {
+            // In a damaged file another frame may come, or none: a sheet with a gap is better than no sheet.
+            const VideoFrame *frame = numbered.at(number);
             const Box cell = grid.cell(index++);
-            canvas.drawFrame(frame, cell);
-            drawTime(canvas, cell, (frame.frameNumber - 1) * secondsPerFrame);
+            if (!frame) continue;
+            canvas.drawFrame(*frame, cell);
+            drawTime(canvas, cell, (frame->frameNumber - 1) * secondsPerFrame);
             progress.update(index, static_cast<double>(index) / grid.cells);
-        });
+        }
     }
     savePicture(canvas.picture(), name);
     std::printf("%s: %d frames, %d x %d\n", options.output.c_str(), grid.cells, grid.width(), grid.height());
