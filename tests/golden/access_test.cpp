@@ -134,6 +134,7 @@ TEST(ClipAccess, servesAFrameList) {
     });
 }
 
+// Forwards again from the first frame is not held here: the ring has met the start by then and only drains.
 TEST(ClipAccess, stepsBackThroughTheRing) {
     forEachClip([](const Clip &clip, const Frames &frames) {
         ClipStream ring(clip);
