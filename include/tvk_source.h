@@ -1,15 +1,8 @@
 /* SPDX-License-Identifier: BSD-2-Clause */
-/* tvk_source: video elementary streams in files and in memory, as sources for the decoder of tvk.h. */
-#ifndef TVK_SOURCE_H
-#define TVK_SOURCE_H
-
-#include "tvk.h"
-
-#ifdef __cplusplus
-extern "C" {
-#endif
-
-/*
+/**
+ * @file
+ * tvk_source: video elementary streams in files and in memory, as sources for the decoder of tvk.h.
+ *
  * INTRODUCTION
  *
  * The decoder opens no file: it takes its coded pictures and its positions from a VideoSource. This library makes
@@ -50,12 +43,12 @@ extern "C" {
  * POSITIONS are bytes of the file. An AbsPosition stays valid for the file, in index files too, and seeking to it
  * makes the next unit begin at exactly that byte. Its second and third word add up, without carry, to a number that
  * never falls as the position rises; that of the first byte is not all zero.
- *   - rate 0.0 is the first byte. Any other rate is the byte at that share of the size, and from there the next
- * sequence header or group start in the following 4 MiB; where there is none the next picture, and where there is no
- *     picture either the last one of the file, so that a seek to 1.0 finds something to read.
- *   - time is turned into a byte by the stream's bit rate as the decoder has announced it (parameter 12). A stream
- *     that announces none, or MPEG-1's mark of a variable rate, is measured at its head instead. The seek goes on
- *     like a rate seek.
+ * - Rate 0.0 is the first byte. Any other rate is the byte at that share of the size, and from there the next sequence
+ *   header or group start in the following 4 MiB; where there is none the next picture, and where there is no picture
+ *   either the last one of the file, so that a seek to 1.0 finds something to read.
+ * - Time is turned into a byte by the stream's bit rate as the decoder has announced it (parameter 12). A stream that
+ *   announces none, or MPEG-1's mark of a variable rate, is measured at its head instead. The seek goes on like a rate
+ *   seek.
  *
  * TIME STAMPS. An elementary stream has none; every unit carries -1.0.
  *
@@ -63,47 +56,57 @@ extern "C" {
  * and set 9: the active layer, 480 to 495; the one stream answers to every number. Get 11: the rate last set with 12.
  * Set 12: bits per second, a uint32_t. Get 14: the size in bytes, high word first.
  */
+#ifndef TVK_SOURCE_H
+#define TVK_SOURCE_H
 
-/* Source codes. tvkSourceErrorText has a sentence for each. */
+#include "tvk.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Source codes. tvkSourceErrorText has a sentence for each. */
 enum {
-    tvkSourceErrNotFound = -3001,    /* no file of that name */
-    tvkSourceErrNoAccess = -3002,    /* the file may not be read */
-    tvkSourceErrOpen = -3003,        /* opening failed for another reason */
-    tvkSourceErrNotAFile = -3004,    /* a folder, pipe or device */
-    tvkSourceErrEmpty = -3005,       /* no bytes at all */
-    tvkSourceErrNoVideo = -3006,     /* no sequence header in the first 16 MiB */
-    tvkSourceErrMultiplexed = -3007, /* a program, system or transport stream */
-    tvkSourceErrTooLarge = -3008,    /* above 64 TiB, where positions end */
-    tvkSourceErrRead = -3009,        /* reading failed */
-    tvkSourceErrFileChanged = -3010, /* the file became shorter after it was opened */
-    tvkSourceErrClosed = -3011,      /* the stream is disconnected */
-    tvkSourceErrBadPosition = -3012, /* an AbsPosition that is not of this source, or behind its end */
-    tvkSourceErrNoParameter = -3013, /* no such parameter in this direction */
-    tvkSourceErrNoTime = -3014       /* no bit rate to turn a time into a position */
+    tvkSourceErrNotFound = -3001,    /**< no file of that name */
+    tvkSourceErrNoAccess = -3002,    /**< the file may not be read */
+    tvkSourceErrOpen = -3003,        /**< opening failed for another reason */
+    tvkSourceErrNotAFile = -3004,    /**< a folder, pipe or device */
+    tvkSourceErrEmpty = -3005,       /**< no bytes at all */
+    tvkSourceErrNoVideo = -3006,     /**< no sequence header in the first 16 MiB */
+    tvkSourceErrMultiplexed = -3007, /**< a program, system or transport stream */
+    tvkSourceErrTooLarge = -3008,    /**< above 64 TiB, where positions end */
+    tvkSourceErrRead = -3009,        /**< reading failed */
+    tvkSourceErrFileChanged = -3010, /**< the file became shorter after it was opened */
+    tvkSourceErrClosed = -3011,      /**< the stream is disconnected */
+    tvkSourceErrBadPosition = -3012, /**< an AbsPosition that is not of this source, or behind its end */
+    tvkSourceErrNoParameter = -3013, /**< no such parameter in this direction */
+    tvkSourceErrNoTime = -3014       /**< no bit rate to turn a time into a position */
 };
 
-/* Flags of the Ex calls, to be added up. */
+/** Flags of the Ex calls, to be added up. */
 enum {
-    /* The source provides each unit's buffer (parameter 8): a block of exactly the unit's size, valid until the next
+    /** The source provides each unit's buffer (parameter 8): a block of exactly the unit's size, valid until the next
      * read or the closing, so that a memory checker sees any access behind the last byte. */
     tvkSourceOwnsBuffer = 1,
-    /* Open whatever the bytes are, nothing included. */
+    /** Open whatever the bytes are, nothing included. */
     tvkSourceAnyContent = 2
 };
 
-/* Opens the file `path`. On failure *out is null. Null arguments give tvkErrInvalidArgument. */
+/** Opens the file `path`. On failure `*out` is null. Null arguments give tvkErrInvalidArgument. */
 TVK_API int32_t tvkOpenFileSource(VideoSource **out, const char *path);
+/** The same with flags. */
 TVK_API int32_t tvkOpenFileSourceEx(VideoSource **out, const char *path, uint32_t flags);
 
-/* Opens `size` bytes of memory, which stay the caller's, are not copied and not written to, and have to stay as they
+/** Opens `size` bytes of memory, which stay the caller's, are not copied and not written to, and have to stay as they
  * are until the source is closed. `bytes` may be null when size is 0, which needs tvkSourceAnyContent. */
 TVK_API int32_t tvkOpenMemorySource(VideoSource **out, const uint8_t *bytes, uint64_t size);
+/** The same with flags. */
 TVK_API int32_t tvkOpenMemorySourceEx(VideoSource **out, const uint8_t *bytes, uint64_t size, uint32_t flags);
 
-/* Frees the source. `source` must come from one of the calls above. Null gives tvkErrInvalidArgument. */
+/** Frees the source. `source` must come from one of the calls above. Null gives tvkErrInvalidArgument. */
 TVK_API int32_t tvkCloseSource(VideoSource *source);
 
-/* A sentence without a full stop for a code of a source or of opening, in English; the string is constant. Never null.
+/** A sentence without a full stop for a code of a source or of opening, in English; the string is constant. Never null.
  */
 TVK_API const char *tvkSourceErrorText(int32_t code);
 
