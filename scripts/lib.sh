@@ -6,6 +6,8 @@ demo_packages='python3-minimal libpython3-stdlib'
 test_packages='libgtest-dev libbenchmark-dev libjpeg-dev binutils python3 ffmpeg'
 clang_packages='clang-14'
 lint_packages='clang-format-14 clang-tidy-14'
+docs_packages='doxygen'
+package_packages='debhelper lintian dpkg-dev fakeroot libavformat-dev git'
 
 # Installs those of the named packages that are missing, without a question asked.
 need_packages() {
