@@ -43,6 +43,10 @@ struct PortableLanes {
     static void storeHighHalf(int16_t *p, I16x8 a) { std::memcpy(p, a.v + 4, 8); }
     static void storeHighHalf(uint8_t *p, U8x16 a) { std::memcpy(p, a.v + 8, 8); }
     static void storeQuarter(uint8_t *p, U8x16 a) { std::memcpy(p, a.v, 4); }
+    // To an address that is a multiple of 16, past the caches where the machine can. Other threads may count on the
+    // bytes behind a call of finishStreams.
+    static void storeStream(uint8_t *p, U8x16 a) { std::memcpy(p, a.v, 16); }
+    static void finishStreams() {}
 
     static I16x8 splat16(int32_t x) {
         return map16([x](int) { return x; });
@@ -91,6 +95,13 @@ struct PortableLanes {
     // floor(a * b / 65536)
     static I16x8 mulHi(I16x8 a, I16x8 b) {
         return map16([&](int i) { return (a.v[i] * b.v[i]) >> 16; });
+    }
+    // The same on the lanes' bits as unsigned numbers
+    static I16x8 mulHiUnsigned(I16x8 a, I16x8 b) {
+        return map16([&](int i) {
+            return static_cast<int32_t>((uint32_t{static_cast<uint16_t>(a.v[i])} * static_cast<uint16_t>(b.v[i])) >>
+                                        16);
+        });
     }
     // a * b modulo the lane
     static I16x8 mulLo(I16x8 a, I16x8 b) {

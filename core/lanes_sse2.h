@@ -49,6 +49,8 @@ struct Sse2Lanes {
         const int32_t x = _mm_cvtsi128_si32(a.v);
         std::memcpy(p, &x, 4);
     }
+    static void storeStream(uint8_t *p, U8x16 a) { _mm_stream_si128(at(p), a.v); }
+    static void finishStreams() { _mm_sfence(); }
 
     static I16x8 splat16(int32_t x) { return {_mm_set1_epi16(static_cast<int16_t>(x))}; }
     static U8x16 splat8(int32_t x) { return {_mm_set1_epi8(static_cast<char>(x))}; }
@@ -68,6 +70,7 @@ struct Sse2Lanes {
     static I32x4 addWrap(I32x4 a, I32x4 b) { return {_mm_add_epi32(a.v, b.v)}; }
     static I32x4 subWrap(I32x4 a, I32x4 b) { return {_mm_sub_epi32(a.v, b.v)}; }
     static I16x8 mulHi(I16x8 a, I16x8 b) { return {_mm_mulhi_epi16(a.v, b.v)}; }
+    static I16x8 mulHiUnsigned(I16x8 a, I16x8 b) { return {_mm_mulhi_epu16(a.v, b.v)}; }
     static I16x8 mulLo(I16x8 a, I16x8 b) { return {_mm_mullo_epi16(a.v, b.v)}; }
     static I32x4 maddPairs(I16x8 a, I16x8 b) { return {_mm_madd_epi16(a.v, b.v)}; }
     static I16x8 min(I16x8 a, I16x8 b) { return {_mm_min_epi16(a.v, b.v)}; }

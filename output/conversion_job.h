@@ -14,6 +14,10 @@ struct ConversionConstants {
     alignas(16) uint8_t lumaMask[16], lumaFill[16];
 };
 
+inline bool keepsAllSamples(const ConversionConstants &c) {
+    return c.lumaMask[0] == 255 && c.chromaMask[0] == 255 && c.chromaMask[1] == 255;
+}
+
 inline constexpr uint8_t kBlankChroma = 128;
 inline constexpr uint8_t kBlankLuma = 16;
 // DEPARTURE(blank luma in RGB): 64 in place of black's 16, so that blanked luma leaves the colours visible on dark

@@ -8,8 +8,8 @@
 
 namespace tvk {
 
-// Factors of 4096, after ITU-R BT.601: samples come in times 64, mulHi takes 65536 off, so results carry two
-// fractional bits.
+// Factors of 4096, after ITU-R BT.601: samples come in times 256, mulHi takes 65536 off, so products carry four
+// fractional bits. Those of chroma then lose the lower two.
 inline constexpr int32_t kLumaScale = 4769;     // 1.164
 inline constexpr int32_t kRedFromCr = 6537;     // 1.596
 inline constexpr int32_t kGreenFromCr = -3338;  // -0.815
@@ -18,22 +18,23 @@ inline constexpr int32_t kGreenFromCb = -1597;  // -0.390
 
 inline constexpr int32_t kHalfGroup = kGroupSamples / 2;
 
-// What a chroma pair adds to both its pixels, eight pairs a register: within -1033..1032 in quarters. The third is the
-// byte at the highest address: red, or blue when swapped.
+// What a chroma pair adds to both its pixels, eight pairs a register: whole quarters, counted in sixteenths, within
+// -4132..4096. The third is the byte at the highest address: red, or blue when swapped.
 template <class L>
 struct ColourTerms {
     typename L::I16x8 first, green, third;
 };
 
-// Components read as 128 where the mask blanks them, which add nothing.
-template <class L, bool swapRedBlue>
-[[gnu::always_inline]] inline ColourTerms<L> colourTerms(typename L::U8x16 pairs, typename L::U8x16 mask) {
+template <class L, bool swapRedBlue, class Masks>
+[[gnu::always_inline]] inline ColourTerms<L> colourTerms(const Masks &masks, typename L::U8x16 pairs) {
     using V = typename L::I16x8;
-    const V centred = L::asI16(L::bitAnd(L::bitXor(pairs, L::splat8(128)), mask));  // signed bytes
-    const V cb = L::template shrArith<2>(L::template shlWrap<8>(centred));
-    const V cr = L::template shrArith<2>(L::bitAnd(centred, L::splat16(0xFF00)));
-    const V red = L::mulHi(cr, L::splat16(kRedFromCr)), blue = L::mulHi(cb, L::splat16(kBlueFromCb));
-    const V green = L::addWrap(L::mulHi(cr, L::splat16(kGreenFromCr)), L::mulHi(cb, L::splat16(kGreenFromCb)));
+    const V centred = L::asI16(masks.centred(pairs));
+    const V cb = L::template shlWrap<8>(centred), cr = L::bitAnd(centred, L::splat16(0xFF00));
+    const auto term = [](V chroma, int32_t factor) {
+        return L::bitAnd(L::mulHi(chroma, L::splat16(factor)), L::splat16(~3));
+    };
+    const V red = term(cr, kRedFromCr), blue = term(cb, kBlueFromCb);
+    const V green = L::addWrap(term(cr, kGreenFromCr), term(cb, kGreenFromCb));
     return swapRedBlue ? ColourTerms<L>{red, green, blue} : ColourTerms<L>{blue, green, red};
 }
 
@@ -48,44 +49,49 @@ struct PixelColours {
     EvenOdd<L> first, green, third;
 };
 
-// Luma less 16 and not below 0, or for blanked luma what its fill comes to by that: subtraction then brings every
-// sample down to 0.
-template <class L>
-struct LumaAboveBlack {
-    typename L::U8x16 less, fill;
-
-    explicit LumaAboveBlack(const ConversionConstants &c)
-        : less(L::bitOr(L::bitXor(L::loadA(c.lumaMask), L::splat8(255)), L::splat8(16))),
-          fill(L::subSat(L::loadA(c.lumaFill), L::splat8(16))) {}
-    typename L::U8x16 apply(typename L::U8x16 a) const { return L::bitOr(L::subSat(a, less), fill); }
-};
-
-template <class L>
+// What arithmetic begins with.
+template <class L, bool blanks>
 struct RgbMasks {
-    LumaAboveBlack<L> luma;
-    typename L::U8x16 chroma;
+    using U8x16 = typename L::U8x16;
+    U8x16 less, fill, chroma;
 
-    explicit RgbMasks(const ConversionConstants &c) : luma(c), chroma(L::loadA(c.chromaMask)) {}
+    explicit RgbMasks(const ConversionConstants &c)
+        : less(L::bitOr(L::bitXor(L::loadA(c.lumaMask), L::splat8(255)), L::splat8(16))),
+          fill(L::subSat(L::loadA(c.lumaFill), L::splat8(16))),
+          chroma(L::loadA(c.chromaMask)) {}
+
+    // Luma less 16 and not below 0, or for blanked luma what its fill comes to by that: subtraction then brings every
+    // sample down to 0.
+    U8x16 aboveBlack(U8x16 luma) const {
+        if constexpr (!blanks) return L::subSat(luma, L::splat8(16));
+        return L::bitOr(L::subSat(luma, less), fill);
+    }
+    // Signed bytes, 0 for blanked components.
+    U8x16 centred(U8x16 pairs) const {
+        const U8x16 signedPairs = L::bitXor(pairs, L::splat8(128));
+        if constexpr (!blanks) return signedPairs;
+        return L::bitAnd(signedPairs, chroma);
+    }
 };
 
-// Luma comes to 0..1113 in quarters, so sums can't leave 16 bits.
-template <class L>
-[[gnu::always_inline]] inline PixelColours<L> pixelColours(const LumaAboveBlack<L> &above, const uint8_t *luma,
+// Luma comes to 0..4452 in sixteenths, so sums can't leave 16 bits. Its own quarters need no rounding down before the
+// sum: beside whole quarters, what they are less than a quarter doesn't reach the integer.
+template <class L, class Masks>
+[[gnu::always_inline]] inline PixelColours<L> pixelColours(const Masks &masks, const uint8_t *luma,
                                                            const ColourTerms<L> &terms) {
     using V = typename L::I16x8;
-    const V y = L::asI16(above.apply(L::loadU(luma)));
-    const V scale = L::splat16(kLumaScale);
-    const V even = L::mulHi(L::template shlWrap<6>(L::bitAnd(y, L::splat16(255))), scale);
-    const V odd = L::mulHi(L::template shlWrap<6>(L::template shrLogical<8>(y)), scale);
+    const V y = L::asI16(masks.aboveBlack(L::loadU(luma)));
+    const V even = L::mulHiUnsigned(L::template shlWrap<8>(y), L::splat16(kLumaScale));
+    const V odd = L::mulHiUnsigned(L::bitAnd(y, L::splat16(0xFF00)), L::splat16(kLumaScale));
     const auto component = [&](V term) {
-        return EvenOdd<L>{L::template shrArith<2>(L::addWrap(even, term)),
-                          L::template shrArith<2>(L::addWrap(odd, term))};
+        return EvenOdd<L>{L::template shrArith<4>(L::addWrap(even, term)),
+                          L::template shrArith<4>(L::addWrap(odd, term))};
     };
     return {component(terms.first), component(terms.green), component(terms.third)};
 }
 
 // 5:5:5 or 5:6:5 words; bits of a component are moved within words only where nothing crosses bytes.
-template <class L, bool sixBitGreen>
+template <class L, class Stores, bool sixBitGreen>
 [[gnu::always_inline]] inline void storeRgbWords(uint8_t *target, const PixelColours<L> &c) {
     using V = typename L::U8x16;
     const auto packed = [](const EvenOdd<L> &x) { return L::packU8Sat(x.even, x.odd); };
@@ -104,11 +110,11 @@ template <class L, bool sixBitGreen>
     const V highBytes = L::bitOr(high, greenHigh);
     const typename L::I16x8 even = L::asI16(L::interleaveLow8(lowBytes, highBytes));
     const typename L::I16x8 odd = L::asI16(L::interleaveHigh8(lowBytes, highBytes));
-    L::storeU(target, L::asU8(L::interleaveLow16(even, odd)));
-    L::storeU(target + 16, L::asU8(L::interleaveHigh16(even, odd)));
+    Stores::put(target, L::asU8(L::interleaveLow16(even, odd)));
+    Stores::put(target + 16, L::asU8(L::interleaveHigh16(even, odd)));
 }
 
-template <class L>
+template <class L, class Stores>
 [[gnu::always_inline]] inline void storeRgb32(uint8_t *target, const PixelColours<L> &c) {
     using V = typename L::I16x8;
     const typename L::U8x16 first = L::packU8Sat(c.first.even, c.first.odd);
@@ -119,8 +125,8 @@ template <class L>
     const V even[2] = {L::interleaveLow16(evenLow, evenHigh), L::interleaveHigh16(evenLow, evenHigh)};
     const V odd[2] = {L::interleaveLow16(oddLow, oddHigh), L::interleaveHigh16(oddLow, oddHigh)};
     for (int i = 0; i < 2; ++i) {
-        L::storeU(target + 32 * i, L::asU8(L::interleaveLow32(even[i], odd[i])));
-        L::storeU(target + 32 * i + 16, L::asU8(L::interleaveHigh32(even[i], odd[i])));
+        Stores::put(target + 32 * i, L::asU8(L::interleaveLow32(even[i], odd[i])));
+        Stores::put(target + 32 * i + 16, L::asU8(L::interleaveHigh32(even[i], odd[i])));
     }
 }
 
@@ -147,14 +153,14 @@ template <class L>
     }
 }
 
-template <class L, TargetLayout layout>
+template <class L, class Stores, TargetLayout layout>
 [[gnu::always_inline]] inline void storePixels(uint8_t *target, const PixelColours<L> &c) {
     if constexpr (layout == TargetLayout::rgb24) {
         storeRgb24<L>(target, c);
     } else if constexpr (layout == TargetLayout::rgb32) {
-        storeRgb32<L>(target, c);
+        storeRgb32<L, Stores>(target, c);
     } else {
-        storeRgbWords<L, layout == TargetLayout::rgb16>(target, c);
+        storeRgbWords<L, Stores, layout == TargetLayout::rgb16>(target, c);
     }
 }
 
@@ -171,43 +177,53 @@ struct RgbStep {
         if constexpr (K.chromaFormat == 3) return L::asU8(secondOfTwoEvenCb<L>(chroma + 32 * half));
         return L::loadU(chroma + 16 * half);
     }
-    [[gnu::always_inline]] static void group(const RgbMasks<L> &masks, const RowSet &rows) {
+    template <class Stores, class Masks>
+    [[gnu::always_inline]] static void group(const Masks &masks, const RowSet &rows) {
         for (int half = 0; half < 2; ++half) {
-            const ColourTerms<L> terms = colourTerms<L, K.swapRedBlue>(pairs(rows.chroma, half), masks.chroma);
+            const ColourTerms<L> terms = colourTerms<L, K.swapRedBlue>(masks, pairs(rows.chroma, half));
             for (int i = 0; i < rowsAtOnce; ++i) {
                 const uint8_t *luma = rows.luma[i] + kHalfGroup * half;
-                storePixels<L, K.layout>(rows.target[i] + kHalfGroup * kPixelBytes * half,
-                                         pixelColours<L>(masks.luma, luma, terms));
+                storePixels<L, Stores, K.layout>(rows.target[i] + kHalfGroup * kPixelBytes * half,
+                                                 pixelColours<L>(masks, luma, terms));
             }
         }
     }
 };
 
 // Rows y and, at two rows at once, y + 1.
-template <class Step, class L>
-void convertRgbRows(const ConversionJob &job, const RgbMasks<L> &masks, const RowPlan &plan, int32_t y,
+template <class Step, class L, class Stores, class Masks>
+void convertRgbRows(const ConversionJob &job, const Masks &masks, const RowPlan &plan, int32_t y,
                     const uint8_t *chroma) {
     RowSet rows{{nullptr, nullptr}, chroma, {nullptr, nullptr}};
     for (int i = 0; i < Step::kLumaRows; ++i) {
         rows.luma[i] = job.frame.luma.row(y + i);
         rows.target[i] = job.target[0] + ptrdiff_t{y + i} * job.targetStride;
     }
-    convertRow<Step>(masks, plan, rows);
+    convertRow<Step, L, Stores>(masks, plan, rows);
 }
 
 // 4:2:0 shares a chroma row between two rows of a frame, interlaced or not.
-template <class L, RowKind K>
-void convertRgb(const ConversionJob &job) {
+template <class L, RowKind K, class Form>
+void convertAllRgbRows(const ConversionJob &job) {
     using One = RgbStep<L, K, 1>;
-    const RgbMasks<L> masks(job.constants);
+    using Stores = typename Form::template Stores<L>;
+    const RgbMasks<L, Form::kBlanks> masks(job.constants);
     const RowPlan plan = planRow<One>(job, job.targetStride);
     int32_t y = 0;
     if constexpr (K.chromaFormat == 1) {
         for (; y + 1 < job.convertedRows; y += 2)
-            convertRgbRows<RgbStep<L, K, 2>>(job, masks, plan, y, job.frame.chroma.row(y / 2));
+            convertRgbRows<RgbStep<L, K, 2>, L, Stores>(job, masks, plan, y, job.frame.chroma.row(y / 2));
     }
     for (; y < job.convertedRows; ++y)
-        convertRgbRows<One>(job, masks, plan, y, job.frame.chroma.row(K.chromaFormat == 1 ? y / 2 : y));
+        convertRgbRows<One, L, Stores>(job, masks, plan, y, job.frame.chroma.row(K.chromaFormat == 1 ? y / 2 : y));
+}
+
+template <class L, RowKind K>
+void convertRgb(const ConversionJob &job) {
+    // Three bytes a pixel come in pieces of less than a register.
+    const bool whole = K.layout != TargetLayout::rgb24;
+    inRowForm<L>(job, whole && isAligned(job.target[0], job.targetStride),
+                 [&]<class Form>(Form) { convertAllRgbRows<L, K, Form>(job); });
 }
 
 }  // namespace tvk

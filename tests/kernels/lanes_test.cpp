@@ -150,6 +150,8 @@ TYPED_TEST(Lanes, keepTheirBitsInOtherWidths) {
 TYPED_TEST(Lanes, multiply) {
     using L = TypeParam;
     this->template check<int16_t>(OP(L::mulHi(a, b)), FORMULA(std::floor(double(a) * b / 65536)));
+    this->template check<int16_t>(OP(L::mulHiUnsigned(a, b)),
+                                  FORMULA(std::floor(double(a & 0xFFFF) * (b & 0xFFFF) / 65536)));
     this->template check<int16_t>(OP(L::mulLo(a, b)), FORMULA(a * b));
     this->template checkWhole<int16_t, int32_t>(
         OP(L::maddPairs(a, b)), [](const int16_t *a, const int16_t *b, size_t k) {
@@ -281,6 +283,9 @@ TYPED_TEST(Lanes, loadsAndStoresTouchTheirBytesAlone) {
     stored(16, 16, 16);
     L::storeU(out + 3, L::loadU(in + 5));
     stored(3, 16, 5);
+    L::storeStream(out + 32, L::loadU(in + 5));
+    L::finishStreams();
+    stored(32, 16, 5);
     L::storeHalf(out + 7, L::loadU(in + 1));
     stored(7, 8, 1);
     L::storeHighHalf(out + 7, L::loadU(in + 1));

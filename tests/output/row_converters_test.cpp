@@ -18,7 +18,7 @@ namespace {
 
 constexpr size_t kGuard = 64;
 
-// Three planes with guard bytes around them, at any alignment.
+// Three planes with guard bytes around them, at any alignment: a vector's bytes begin at a multiple of 16.
 struct GuardedPlanes {
     std::vector<uint8_t> bytes;
     uint8_t *plane[3];
@@ -158,6 +158,21 @@ TEST(RowConverters, stayInsideRowsForAllHeights) {
                     if (HasFatalFailure()) return;
                 }
             }
+        }
+    }
+}
+
+// Large output goes past the caches where its rows are aligned, which guard bytes and tails must not notice.
+TEST(RowConverters, equalOneSampleAtATimeForLargePictures) {
+    constexpr int32_t width = 1000;
+    for (int32_t format = 1; format <= 3; ++format) {
+        TestPicture picture(width, 1051, format, format != 1);
+        picture.fillRandom(static_cast<uint32_t>(format) + 50);
+        for (const Target target : kTargets) {
+            const int32_t stride = fullRowBytes(target, width);
+            expectAllEqual({picture, target, 7, stride, 1052, 1051, 0});
+            if (format == 1) expectAllEqual({picture, target, 7, stride, 1052, 1051, 7});
+            if (HasFatalFailure()) return;
         }
     }
 }
