@@ -3,7 +3,7 @@
 
 build_packages='cmake ninja-build g++ pkg-config libcli11-dev nlohmann-json3-dev nettle-dev libpng-dev'
 demo_packages='python3-minimal libpython3-stdlib'
-test_packages='libgtest-dev libbenchmark-dev libjpeg-dev binutils python3 ffmpeg'
+test_packages='libgtest-dev libbenchmark-dev libjpeg-dev binutils python3 ffmpeg doxygen groff-base'
 clang_packages='clang-14'
 lint_packages='clang-format-14 clang-tidy-14'
 docs_packages='doxygen'
