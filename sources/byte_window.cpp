@@ -3,14 +3,10 @@
 #include "sources/byte_window.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
-#include <unistd.h>
-
 #include "sources/start_code_scan.h"
-#include "tvk_source.h"
 
 namespace tvk::elementary {
 namespace {
@@ -20,78 +16,125 @@ constexpr size_t kReadPiece = 0x40000;
 constexpr size_t kWantedMost = kLargestUnit + 64;
 constexpr size_t kBlockBytes = kWantedMost + kReadPiece;
 
-// Keeps what the block has from `position` on and puts it at its front.
-void moveToFront(ByteWindow &window, uint64_t position) {
-    size_t kept = 0;
-    if (position >= window.start && position - window.start < window.length) {
-        const size_t skipped = static_cast<size_t>(position - window.start);
-        kept = window.length - skipped;
-        if (skipped != 0) std::memmove(window.block, window.block + skipped, kept);
-    }
-    window.start = position;
-    window.length = kept;
+// Bytes between the front of the block and the window's first.
+size_t slideOf(const ByteWindow &window) {
+    return static_cast<size_t>(window.bytes - window.block);
 }
 
-// Appends up to `room` bytes of the file. False at an error or when the file gives no more.
-bool readPiece(ByteWindow &window, size_t room) {
-    const uint64_t position = window.start + window.length;
-    const uint64_t left = window.size - position;
-    const size_t asked = left < room ? static_cast<size_t>(left) : room;
-    ssize_t got;
-    do {
-        got = pread(window.file, window.block + window.length, asked, static_cast<off_t>(position));
-    } while (got < 0 && errno == EINTR);
-    if (got <= 0) {
-        window.failure = got < 0 ? tvkSourceErrRead : tvkSourceErrFileChanged;
-        return false;
+// Makes the window begin at `position`, keeping what it has from there on. The block's front is taken again only when
+// less has to be moved than has been passed, so that many small fills cost one move in all.
+void moveTo(ByteWindow &window, uint64_t position, size_t wanted) {
+    const bool inside = position >= window.start && position - window.start < window.length;
+    if (!inside) {
+        window.bytes = window.block;
+        window.length = 0;
+    } else {
+        const size_t passed = static_cast<size_t>(position - window.start);
+        window.bytes += passed;
+        window.length -= passed;
+        const size_t slide = slideOf(window);
+        const bool full = window.capacity - slide < wanted;
+        if (slide != 0 && (full || slide >= window.length)) {
+            std::memmove(window.block, window.bytes, window.length);
+            window.bytes = window.block;
+        }
     }
-    window.length += static_cast<size_t>(got);
-    return true;
+    window.start = position;
+}
+
+// Appends a piece of the stream. False at an error or when there is no more.
+bool readPiece(ByteWindow &window, size_t wanted) {
+    const size_t used = slideOf(window) + window.length;
+    const size_t room = std::min(std::max(wanted - window.length, kReadPiece), window.capacity - used);
+    const uint64_t position = window.start + window.length;
+    const size_t got = room == 0 ? 0 : window.fill(window, position, window.block + used, room);
+    window.length += got;
+    return got != 0;
+}
+
+// A growing file has no last byte yet.
+uint64_t sizeOf(const RawBytes &raw) {
+    return raw.growing ? kEndUnknown : raw.size;
+}
+
+size_t fillFromRaw(ByteWindow &window, uint64_t position, uint8_t *into, size_t room) {
+    RawBytes &raw = *static_cast<RawBytes *>(window.origin);
+    const size_t got = readBytes(raw, position, into, room, window.failure);
+    window.size = sizeOf(raw);
+    return got;
+}
+
+bool openBlock(ByteWindow &window, size_t capacity) {
+    window = {};
+    window.block = static_cast<uint8_t *>(std::malloc(capacity));
+    window.capacity = capacity;
+    window.bytes = window.block;
+    window.size = kEndUnknown;
+    return window.block != nullptr;
 }
 
 }  // namespace
 
-bool openMemoryWindow(ByteWindow &window, const uint8_t *bytes, uint64_t size) {
-    if (size > static_cast<uint64_t>(PTRDIFF_MAX)) return false;
-    window = {bytes, 0, static_cast<size_t>(size), size, nullptr, -1, 0};
+bool openRawWindow(ByteWindow &window, RawBytes &raw) {
+    if (raw.file < 0) {
+        if (raw.size > static_cast<uint64_t>(PTRDIFF_MAX)) return false;
+        window = {};
+        window.bytes = raw.memory;
+        window.length = static_cast<size_t>(raw.size);
+        window.size = raw.size;
+        return true;
+    }
+    // Of a file shorter than the block only its own size is ever filled.
+    const bool fits = !raw.growing && raw.size < kBlockBytes;
+    if (!openBlock(window, fits ? static_cast<size_t>(raw.size) + 1 : kBlockBytes)) return false;
+    window.size = sizeOf(raw);
+    window.fill = fillFromRaw;
+    window.origin = &raw;
     return true;
 }
 
-bool openFileWindow(ByteWindow &window, int file, uint64_t size) {
-    // Of a file shorter than the block only its own size is ever filled.
-    const size_t capacity = size < kBlockBytes ? static_cast<size_t>(size) + 1 : kBlockBytes;
-    uint8_t *block = static_cast<uint8_t *>(std::malloc(capacity));
-    if (block == nullptr) return false;
-    window = {block, 0, 0, size, block, file, 0};
+bool openFilledWindow(ByteWindow &window, size_t (*fill)(ByteWindow &, uint64_t, uint8_t *, size_t), void *origin) {
+    if (!openBlock(window, kBlockBytes)) return false;
+    window.fill = fill;
+    window.origin = origin;
     return true;
 }
 
 void closeWindow(ByteWindow &window) {
     std::free(window.block);
-    if (window.file >= 0) close(window.file);
-    window = {nullptr, 0, 0, 0, nullptr, -1, 0};
+    window = {};
+}
+
+void emptyWindow(ByteWindow &window) {
+    if (window.block == nullptr) return;
+    window.bytes = window.block;
+    window.length = 0;
 }
 
 size_t viewBytes(ByteWindow &window, uint64_t position, size_t wanted, const uint8_t *&bytes) {
     window.failure = 0;
     bytes = nullptr;
     if (position >= window.size) return 0;
+    wanted = std::min(wanted, kWantedMost);
     const uint64_t left = window.size - position;
-    wanted = std::min({wanted, kWantedMost, left < kWantedMost ? static_cast<size_t>(left) : kWantedMost});
+    if (window.block == nullptr) {
+        bytes = window.bytes + position;
+        return static_cast<size_t>(left);
+    }
+    if (left < wanted) wanted = static_cast<size_t>(left);
     const bool inside = position >= window.start && position - window.start < window.length;
     if (!inside || window.length - static_cast<size_t>(position - window.start) < wanted) {
-        // Only a file comes here: in memory the window is the whole stream.
-        moveToFront(window, position);
-        while (window.length < wanted && readPiece(window, std::max(wanted - window.length, kReadPiece))) {
+        moveTo(window, position, wanted);
+        while (window.length < wanted && readPiece(window, wanted)) {
         }
     }
+    if (position - window.start >= window.length) return 0;
     const size_t offset = static_cast<size_t>(position - window.start);
     bytes = window.bytes + offset;
     return window.length - offset;
 }
 
 bool findCodeFrom(ByteWindow &window, uint64_t from, uint64_t limit, FoundCode &found) {
-    limit = std::min(limit, window.size);
     while (from < limit && limit - from >= kStartCodeBytes) {
         const uint8_t *bytes;
         size_t count = viewBytes(window, from, kStartCodeBytes, bytes);

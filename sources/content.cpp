@@ -3,6 +3,9 @@
 #include "sources/content.h"
 
 #include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <string_view>
 
 #include "sources/unit_table.h"
 #include "tvk_source.h"
@@ -11,15 +14,15 @@ namespace tvk::elementary {
 namespace {
 
 constexpr uint64_t kProbeBytes = 0x1000000;
-constexpr uint64_t kEntrySearchBytes = 0x400000;
 constexpr uint64_t kMeasureBytes = 0x200000;
 constexpr size_t kFingerprintBlock = 4096;
 
-// Transport packets begin with 47 every 188 bytes, or every 192 behind four bytes of arrival time.
+// Transport packets begin with 47 every 188 bytes; every 192 behind four bytes of arrival time, every 204 ahead of a
+// checksum. A recording may begin within a packet.
 bool looksLikeTransport(ByteWindow &window) {
-    constexpr size_t kPackets = 6;
+    constexpr size_t kPackets = 6, kLargestPacket = 204;
     const uint8_t *bytes;
-    const size_t count = viewBytes(window, 0, 192 * kPackets, bytes);
+    const size_t count = viewBytes(window, 0, kLargestPacket * (kPackets + 1), bytes);
     const auto syncs = [&](size_t first, size_t distance) {
         if (count < first + distance * (kPackets - 1) + 1) return false;
         for (size_t i = 0; i < kPackets; ++i) {
@@ -27,7 +30,12 @@ bool looksLikeTransport(ByteWindow &window) {
         }
         return true;
     };
-    return syncs(0, 188) || syncs(4, 192);
+    for (const size_t distance : {188u, 192u, 204u}) {
+        for (size_t first = 0; first < distance; ++first) {
+            if (syncs(first, distance)) return true;
+        }
+    }
+    return false;
 }
 
 // A pack header of either standard by the fixed bits behind its code, or a packet of a video stream at the very front.
@@ -39,14 +47,46 @@ bool beginsMultiplex(ByteWindow &window, const FoundCode &found) {
     return (bytes[4] & 0xC4) == 0x44 || (bytes[4] & 0xF1) == 0x21;
 }
 
-bool isEntryHeader(uint32_t code) {
-    return code == kCodeSequenceHeader || code == kCodeGroup;
+// Formats that say at their front what they are.
+bool recogniseFront(ByteWindow &window, ContentKind &kind) {
+    constexpr size_t kFront = 16;
+    const uint8_t *bytes;
+    if (viewBytes(window, 0, kFront, bytes) < kFront) return false;
+    const auto has = [&](size_t at, std::string_view text) {
+        return std::memcmp(bytes + at, text.data(), text.size()) == 0;
+    };
+    if (has(0, "\x1A\x45\xDF\xA3")) {
+        kind = ContentKind::matroska;
+    } else if (has(0, "RIFF") && has(8, "AVI")) {
+        kind = ContentKind::avi;
+    } else if (has(0, "\x06\x0E\x2B\x34\x02\x05\x01\x01\x0D\x01\x02")) {
+        kind = ContentKind::mxf;
+    } else if (has(4, "ftyp") || has(4, "moov") || has(4, "mdat") || has(4, "wide") || has(4, "free") ||
+               has(4, "skip")) {
+        kind = ContentKind::mov;
+    } else {
+        return false;
+    }
+    return true;
 }
 
-bool lastPictureOf(ByteWindow &window, uint64_t &position) {
-    uint64_t from = window.size > kEntrySearchBytes ? window.size - kEntrySearchBytes : 0;
+// A program stream that begins within a packet shows video first. Video alone has no codes of packs at all.
+bool packsFollow(ByteWindow &window, uint64_t position) {
+    constexpr uint64_t kReach = 0x10000;
+    constexpr int kEnough = 2;
+    int packs = 0;
+    uint64_t from = position;
+    for (FoundCode found; packs < kEnough && findCodeFrom(window, from, position + kReach, found);) {
+        packs += beginsMultiplex(window, found);
+        from = found.position + 4;
+    }
+    return packs == kEnough;
+}
+
+bool lastPictureOf(ByteWindow &window, uint64_t size, uint64_t &position) {
+    uint64_t from = size > kEntrySearchBytes ? size - kEntrySearchBytes : 0;
     bool any = false;
-    for (FoundCode found; findCodeFrom(window, from, window.size, found); from = found.position + 4) {
+    for (FoundCode found; findCodeFrom(window, from, size, found); from = found.position + 4) {
         if (found.code != kCodePicture) continue;
         position = found.position;
         any = true;
@@ -54,12 +94,9 @@ bool lastPictureOf(ByteWindow &window, uint64_t &position) {
     return any;
 }
 
-// Frames per second of the header at `position`; 0.0 for a code that the standards reserve.
 double frameRateOf(ByteWindow &window, uint64_t position) {
-    constexpr double kRates[16] = {
-        0, 24000.0 / 1001, 24, 25, 30000.0 / 1001, 30, 50, 60000.0 / 1001, 60, 0, 0, 0, 0, 0, 0, 0};
     const uint8_t *bytes;
-    return viewBytes(window, position, 8, bytes) < 8 ? 0.0 : kRates[bytes[7] & 15];
+    return viewBytes(window, position, 8, bytes) < 8 ? 0.0 : frameRateOfCode(bytes[7] & 15u);
 }
 
 // A picture coding extension that says its picture is one field of a frame.
@@ -76,46 +113,68 @@ uint64_t mixed(uint64_t hash, uint64_t byte) {
 
 }  // namespace
 
-int32_t checkContent(ByteWindow &window) {
-    if (window.size == 0) return tvkSourceErrEmpty;
-    if (looksLikeTransport(window)) return tvkSourceErrMultiplexed;
+bool isEntryHeader(uint32_t code) {
+    return code == kCodeSequenceHeader || code == kCodeGroup;
+}
+
+double frameRateOfCode(uint32_t code) {
+    constexpr double kRates[9] = {0, 24000.0 / 1001, 24, 25, 30000.0 / 1001, 30, 50, 60000.0 / 1001, 60};
+    return code < std::size(kRates) ? kRates[code] : 0.0;
+}
+
+int32_t recognise(ByteWindow &window, ContentKind &kind) {
+    const uint8_t *first;
+    if (viewBytes(window, 0, 1, first) == 0) return window.failure != 0 ? window.failure : tvkSourceErrEmpty;
+    if (recogniseFront(window, kind)) return 0;
+    if (looksLikeTransport(window)) {
+        kind = ContentKind::transport;
+        return 0;
+    }
     uint64_t from = 0;
     for (FoundCode found; findCodeFrom(window, from, kProbeBytes, found); from = found.position + 4) {
-        if (found.code == kCodeSequenceHeader) return 0;
-        if (beginsMultiplex(window, found)) return tvkSourceErrMultiplexed;
+        const bool multiplexed = beginsMultiplex(window, found);
+        if (!multiplexed && found.code != kCodeSequenceHeader) continue;
+        kind = multiplexed || packsFollow(window, found.position) ? ContentKind::program : ContentKind::elementary;
+        return 0;
     }
     return window.failure != 0 ? window.failure : tvkSourceErrNoVideo;
 }
 
-int32_t findEntryPoint(ByteWindow &window, uint64_t position, uint64_t &entry) {
-    const uint64_t near = std::min(position, window.size) + kEntrySearchBytes;
+int32_t findEntryPoint(ByteWindow &window, uint64_t size, uint64_t position, uint64_t &entry) {
+    const uint64_t near = std::min(position, size) + kEntrySearchBytes;
     uint64_t from = position;
-    entry = window.size;
-    for (FoundCode found; findCodeFrom(window, from, window.size, found); from = found.position + 4) {
-        if (found.position >= near && entry != window.size) break;
+    entry = size;
+    for (FoundCode found; findCodeFrom(window, from, size, found); from = found.position + 4) {
+        if (found.position >= near && entry != size) break;
         if (isEntryHeader(found.code)) {
             entry = found.position;
             return 0;
         }
         if (found.code == kCodePicture) entry = std::min(entry, found.position);
     }
-    if (entry == window.size && window.failure == 0) lastPictureOf(window, entry);
-    return entry == window.size ? window.failure : 0;
+    if (entry == size && window.failure == 0) lastPictureOf(window, size, entry);
+    return entry == size ? window.failure : 0;
 }
 
-bool fingerprint(ByteWindow &window, uint64_t &value) {
+int32_t fingerprint(RawBytes &raw, uint64_t &value) {
     uint64_t hash = 0xCBF29CE484222325u;
-    for (int shift = 0; shift < 64; shift += 8) hash = mixed(hash, window.size >> shift & 0xFF);
-    const uint64_t size = window.size;
+    const uint64_t size = raw.size;
+    for (int shift = 0; shift < 64; shift += 8) hash = mixed(hash, size >> shift & 0xFF);
     const uint64_t tail = size > kFingerprintBlock ? size - kFingerprintBlock : 0;
     for (const uint64_t position : {uint64_t{0}, std::min(size / 2, tail), tail}) {
-        const uint8_t *bytes;
-        const size_t count = std::min(viewBytes(window, position, kFingerprintBlock, bytes), kFingerprintBlock);
-        if (count < std::min<uint64_t>(kFingerprintBlock, size - position)) return false;
+        uint8_t bytes[kFingerprintBlock];
+        const size_t wanted = static_cast<size_t>(std::min<uint64_t>(kFingerprintBlock, size - position));
+        size_t count = 0;
+        int32_t failure = 0;
+        while (count < wanted) {
+            const size_t got = readBytes(raw, position + count, bytes + count, wanted - count, failure);
+            if (got == 0) return failure != 0 ? failure : tvkSourceErrRead;
+            count += got;
+        }
         for (size_t i = 0; i < count; ++i) hash = mixed(hash, bytes[i]);
     }
     value = hash;
-    return true;
+    return 0;
 }
 
 double measureBitRate(ByteWindow &window) {

@@ -8,16 +8,25 @@
 
 namespace tvk::elementary {
 
-// 0, or why the bytes are no video elementary stream.
-int32_t checkContent(ByteWindow &window);
+enum class ContentKind : uint8_t { elementary, program, transport, mxf, matroska, avi, mov };
 
-// Where decoding can be taken up at or behind `position`: see POSITIONS in tvk_source.h. 0, or why reading failed.
-int32_t findEntryPoint(ByteWindow &window, uint64_t position, uint64_t &entry);
+// Tells by the bytes what they are, never by a name. 0, or why they are nothing that could hold video. `window` is one
+// over the bytes.
+int32_t recognise(ByteWindow &window, ContentKind &kind);
 
-// A value that tells streams apart, from the size and three blocks. False when reading fails.
-bool fingerprint(ByteWindow &window, uint64_t &value);
+// Where decoding can be taken up at or behind `position`: see POSITIONS in tvk_source.h. `size` is that of the stream.
+// 0, or why reading failed.
+int32_t findEntryPoint(ByteWindow &window, uint64_t size, uint64_t position, uint64_t &entry);
+inline constexpr uint64_t kEntrySearchBytes = 0x400000;
+bool isEntryHeader(uint32_t code);
+
+// A value that tells streams apart, from the size and three blocks. 0, or why reading failed.
+int32_t fingerprint(RawBytes &raw, uint64_t &value);
 
 // Bits per second by the pictures at the head of the stream and their frame rate; 0.0 when there is nothing to go by.
 double measureBitRate(ByteWindow &window);
+
+// Frames per second of a sequence header's frame_rate_code; 0.0 for a code that the standards reserve.
+double frameRateOfCode(uint32_t code);
 
 }  // namespace tvk::elementary

@@ -4,14 +4,14 @@
 
 #include <cstring>
 
+#include "sources/container.h"
 #include "sources/content.h"
 
 namespace tvk::elementary {
 namespace {
 
-constexpr int32_t kFirstLayer = 480;
-constexpr int32_t kLastLayer = 495;
 constexpr uint32_t kContainerElementary = 1;
+constexpr uint32_t kContainerMultiplex = 2;
 
 enum Parameter : uint32_t {
     parameterFingerprint = 0,
@@ -24,23 +24,54 @@ enum Parameter : uint32_t {
 
 enum OpenCloseOperation : uint32_t { operationOpen = 1, operationClose = 2 };
 
+void addLayer(StreamDescription &description, int32_t layer) {
+    if (description.layers == nullptr || description.layerCount >= description.layerCapacity) return;
+    description.layers[description.layerCount++] = {static_cast<uint32_t>(layer), 0, 1};
+}
+
+// The decoder takes the first layer that may be used: the one that is chosen stands first.
 int32_t describe(VideoSource *table, StreamDescription *description) {
     if (table == nullptr || description == nullptr) return tvkErrInvalidArgument;
-    description->containerKind = kContainerElementary;
+    const ElementarySource &source = *sourceOf(table);
+    description->containerKind = source.container != nullptr ? kContainerMultiplex : kContainerElementary;
     description->layerKind = 0;
     description->videoStreamCount = 1;
     description->layerCount = 0;
-    if (description->layers != nullptr && description->layerCapacity > 0) {
-        description->layers[0] = {static_cast<uint32_t>(kFirstLayer), 0, 1};
-        description->layerCount = 1;
+    addLayer(*description, source.container != nullptr ? source.activeLayer : kFirstLayer);
+    if (source.container == nullptr) return 0;
+    const Demuxer &demuxer = *source.container->demuxer;
+    for (int i = 0; i < trackCount(demuxer); ++i) {
+        if (i != chosenTrack(demuxer)) addLayer(*description, trackOf(demuxer, i).layer);
     }
     return 0;
 }
 
+// An index belongs to one video stream of a container.
 int32_t getFingerprint(ElementarySource &source, void *out) {
     uint64_t value;
-    if (!fingerprint(source.window, value)) return source.window.failure;
+    if (source.raw.sequential) return tvkSourceErrNoSeek;
+    const int32_t failure = fingerprint(source.raw, value);
+    if (failure != 0) return failure;
+    if (source.container != nullptr) value ^= static_cast<uint64_t>(source.activeLayer);
     std::memcpy(out, &value, sizeof value);
+    return 0;
+}
+
+// Of a container by its length in time, since no header tells it for all kinds.
+uint32_t multiplexRate(ElementarySource &source) {
+    if (source.container == nullptr) return source.bitRate;
+    const double seconds = containerSeconds(source);
+    if (seconds <= 0.0 || source.raw.size == kEndUnknown) return source.bitRate;
+    const double rate = static_cast<double>(source.raw.size) * 8.0 / seconds;
+    return rate < 4294967295.0 ? static_cast<uint32_t>(rate) : 0xFFFFFFFF;
+}
+
+int32_t setLayer(ElementarySource &source, const void *value) {
+    int32_t layer;
+    std::memcpy(&layer, value, sizeof layer);
+    if (layer < kFirstLayer || layer > kLastLayer) return tvkErrPositionOutOfRange;
+    if (source.container != nullptr) return chooseContainerLayer(source, layer);
+    source.activeLayer = layer;
     return 0;
 }
 
@@ -48,8 +79,9 @@ int32_t getParameter(VideoSource *table, uint32_t, uint32_t number, void *out) {
     if (table == nullptr || out == nullptr) return tvkErrInvalidArgument;
     ElementarySource &source = *sourceOf(table);
     const uint32_t ownBuffer = (source.flags & tvkSourceOwnsBuffer) != 0;
-    const uint64_t size = source.window.size;
+    const uint64_t size = source.raw.size == kEndUnknown ? 0 : source.raw.size;
     const uint32_t sizeWords[2] = {static_cast<uint32_t>(size >> 32), static_cast<uint32_t>(size)};
+    uint32_t rate;
     switch (number) {
         case parameterFingerprint:
             return getFingerprint(source, out);
@@ -60,7 +92,8 @@ int32_t getParameter(VideoSource *table, uint32_t, uint32_t number, void *out) {
             std::memcpy(out, &source.activeLayer, sizeof source.activeLayer);
             return 0;
         case parameterMultiplexRate:
-            std::memcpy(out, &source.bitRate, sizeof source.bitRate);
+            rate = multiplexRate(source);
+            std::memcpy(out, &rate, sizeof rate);
             return 0;
         case parameterSize:
             std::memcpy(out, sizeWords, sizeof sizeWords);
@@ -73,13 +106,9 @@ int32_t getParameter(VideoSource *table, uint32_t, uint32_t number, void *out) {
 int32_t setParameter(VideoSource *table, uint32_t, uint32_t number, const void *value) {
     if (table == nullptr || value == nullptr) return tvkErrInvalidArgument;
     ElementarySource &source = *sourceOf(table);
-    int32_t layer;
     switch (number) {
         case parameterLayer:
-            std::memcpy(&layer, value, sizeof layer);
-            if (layer < kFirstLayer || layer > kLastLayer) return tvkErrPositionOutOfRange;
-            source.activeLayer = layer;
-            return 0;
+            return setLayer(source, value);
         case parameterVideoRate:
             std::memcpy(&source.bitRate, value, sizeof source.bitRate);
             return 0;
@@ -94,9 +123,9 @@ int32_t openClose(VideoSource *table, uint32_t *decoderId, uint32_t operation) {
     if (operation == operationOpen) {
         if (decoderId == nullptr) return tvkErrInvalidArgument;
         *decoderId = 0;  // one stream to a source: there is nothing to tell apart
-        moveTo(source, 0);
-        source.closed = false;
-        return 0;
+        const int32_t failure = moveToStart(source);
+        if (failure == 0) source.closed = false;
+        return failure;
     }
     if (operation != operationClose) return tvkErrInvalidArgument;
     source.closed = true;
@@ -117,7 +146,7 @@ void initSource(ElementarySource &source, uint32_t flags) {
     source.table.setParameter = setParameter;
     source.table.openClose = openClose;
     source.flags = flags;
-    source.activeLayer = kFirstLayer;
+    if (source.container == nullptr) source.activeLayer = kFirstLayer;
 }
 
 }  // namespace tvk::elementary

@@ -20,8 +20,9 @@ constexpr ErrorText kErrorTexts[] = {
     {tvkSourceErrOpen, "the file cannot be opened"},
     {tvkSourceErrNotAFile, "this is a folder, pipe or device; only regular files can be opened"},
     {tvkSourceErrEmpty, "the file is empty"},
-    {tvkSourceErrNoVideo, "this is no MPEG-1 or MPEG-2 video: no sequence header in its first 16 MiB"},
-    {tvkSourceErrMultiplexed, "this is a multiplexed stream; demultiplex its video into a file of its own first"},
+    {tvkSourceErrNoVideo, "this holds no MPEG-1 or MPEG-2 video: no sequence header in its first 16 MiB"},
+    {tvkSourceErrMultiplexed,
+     "this is a container, and containers are not read by this build: it was made without libavformat"},
     {tvkSourceErrTooLarge, "the file is too large; 64 TiB is the limit"},
     {tvkSourceErrRead, "reading the file failed"},
     {tvkSourceErrFileChanged, "the file became shorter while it was open"},
@@ -29,6 +30,8 @@ constexpr ErrorText kErrorTexts[] = {
     {tvkSourceErrBadPosition, "the position is not one of this stream"},
     {tvkSourceErrNoParameter, "the source has no such parameter"},
     {tvkSourceErrNoTime, "the stream has no bit rate, so times cannot be turned into positions"},
+    {tvkSourceErrNoSeek, "this is a pipe, which is read once from its start to its end"},
+    {tvkSourceErrContainer, "the container is damaged, or of a kind that cannot be read"},
 };
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "sources/container.h"
 #include "sources/elementary_source.h"
 #include "sources/start_code_scan.h"
 #include "sources/unit_table.h"
@@ -14,7 +15,10 @@ namespace {
 struct Cut {
     size_t length;
     bool insidePicture;  // what follows belongs to a picture whose slices this unit lists
+    bool complete;       // more bytes would not make it longer
 };
+
+constexpr uint32_t kNoDataYet = 0xFFFFFFFF;
 
 // Measures the unit at `start` and fills its table: up to and with the next picture start code. A unit that has none
 // within kLargestUnit bytes is cut there, ahead of a start code that the cut would split.
@@ -38,13 +42,13 @@ Cut cutUnit(ElementarySource &source, uint64_t start, PictureUnit &unit) {
             const size_t offset = static_cast<size_t>(hit - bytes);
             searched = offset + kStartCodeBytes;
             if (searched > kLargestUnit) {
-                return {std::min(offset, kLargestUnit), source.insidePicture || unit.sliceCount > 0};
+                return {std::min(offset, kLargestUnit), source.insidePicture || unit.sliceCount > 0, true};
             }
             listCode(unit, state, 0x100u + hit[3], static_cast<uint32_t>(offset));
-            if (hit[3] == 0) return {searched, false};
+            if (hit[3] == 0) return {searched, false, true};
         }
     } while (available > before && available < kReach && available < source.window.size - start);
-    return {std::min(available, kLargestUnit), source.insidePicture || unit.sliceCount > 0};
+    return {std::min(available, kLargestUnit), source.insidePicture || unit.sliceCount > 0, available == kReach};
 }
 
 int32_t giveOwnBuffer(ElementarySource &source, PictureUnit &unit, const uint8_t *bytes, uint32_t *byteCount) {
@@ -72,17 +76,38 @@ int32_t fillCallersBuffer(ElementarySource &source, PictureUnit &unit, const uin
     return source.taken < source.unitLength ? tvkErrBufferTooSmall : 0;
 }
 
-// Makes the unit at `next` the current one. False without a byte; then the last unit stays, so that offsets into it
-// keep their positions while the decoder drains its frames.
+// The times of the packets, given to the pictures.
+void stamp(ElementarySource &source, const PictureUnit &unit) {
+    source.unitTime = -1.0;
+    if (source.container == nullptr) return;
+    Container &container = *source.container;
+    container.unitStamps = container.stamps;
+    source.unitTime =
+        stampUnit(container.unitStamps, source.window, container.map, unit, source.unitStart, source.unitLength);
+}
+
+// Makes the unit at `next` the current one. False without a byte, or with part of a unit that is still being written;
+// then the last unit stays, so that offsets into it keep their positions while the decoder drains its frames.
 bool beginUnit(ElementarySource &source, PictureUnit &unit) {
     const uint8_t *first;
     if (viewBytes(source.window, source.next, 1, first) == 0) return false;
     const Cut cut = cutUnit(source, source.next, unit);
+    if (!cut.complete && source.raw.growing) return false;
     source.unitStart = source.next;
     source.unitLength = cut.length;
     source.cutInsidePicture = cut.insidePicture;
     source.taken = 0;
+    stamp(source, unit);
     return true;
+}
+
+// There is no unit now. A table that has been begun is void.
+int32_t withoutUnit(ElementarySource &source, PictureUnit &unit, uint32_t *byteCount) {
+    if (!source.raw.growing || source.window.failure != 0) return source.window.failure;
+    unit.entryCount = 0;
+    unit.sliceCount = 0;
+    *byteCount = kNoDataYet;
+    return 0;
 }
 
 }  // namespace
@@ -96,7 +121,7 @@ int32_t readUnit(VideoSource *table, uint32_t, PictureUnit *unit, uint32_t *byte
     // A caller that gave up half a unit, and so asks for a fresh one, gets it again from its start.
     const bool resumed = source.unfinished && unit->resumeOffset > 0;
     if (resumed && static_cast<size_t>(unit->resumeOffset) != source.taken) return tvkErrInvalidArgument;
-    if (!resumed && !beginUnit(source, *unit)) return source.window.failure;
+    if (!resumed && !beginUnit(source, *unit)) return withoutUnit(source, *unit, byteCount);
 
     const uint8_t *bytes;
     if (viewBytes(source.window, source.unitStart, source.unitLength, bytes) < source.unitLength) {
@@ -105,11 +130,12 @@ int32_t readUnit(VideoSource *table, uint32_t, PictureUnit *unit, uint32_t *byte
     const bool owns = (source.flags & tvkSourceOwnsBuffer) != 0;
     const int32_t status =
         owns ? giveOwnBuffer(source, *unit, bytes, byteCount) : fillCallersBuffer(source, *unit, bytes, byteCount);
-    unit->timeStamp = -1.0;
+    unit->timeStamp = source.unitTime;
     source.unfinished = status == tvkErrBufferTooSmall;
     if (status == 0) {
         source.next = source.unitStart + source.unitLength;
         source.insidePicture = source.cutInsidePicture;
+        if (source.container != nullptr) source.container->stamps = source.container->unitStamps;
     }
     return status;
 }

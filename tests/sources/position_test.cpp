@@ -9,26 +9,35 @@
 namespace {
 
 using namespace tvk::test;
+using tvk::elementary::BytePlace;
 using tvk::elementary::fromAbsPosition;
 using tvk::elementary::kPositionLimit;
-using tvk::elementary::toAbsPosition;
 
 constexpr uint64_t kGiB = uint64_t{1} << 30;
+
+AbsPosition toAbsPosition(uint64_t packet, uint64_t offset = 0) {
+    return tvk::elementary::toAbsPosition(BytePlace{packet, offset});
+}
 
 uint32_t measure(const AbsPosition &words) {
     return words.words[1] + words.words[2];
 }
 
+void expectBack(uint64_t packet, uint64_t offset) {
+    const AbsPosition words = toAbsPosition(packet, offset);
+    ASSERT_LE(uint64_t{words.words[1]} + words.words[2], 0xFFFFFFFFu) << packet << " " << offset;
+    BytePlace back;
+    ASSERT_TRUE(fromAbsPosition(words, back)) << packet << " " << offset;
+    ASSERT_EQ(back.packet, packet) << offset;
+    ASSERT_EQ(back.offset, offset) << packet;
+}
+
 TEST(AbsPositionWords, sumOfLastTwoNeverFallsAndNeverCarries) {
     uint32_t before = 0;
     for (uint64_t position = 0; position < kPositionLimit; position += position / 50 + 1) {
-        const AbsPosition words = toAbsPosition(position);
-        ASSERT_LE(uint64_t{words.words[1]} + words.words[2], 0xFFFFFFFFu);
-        ASSERT_GE(measure(words), before) << position;
-        before = measure(words);
-        uint64_t back;
-        ASSERT_TRUE(fromAbsPosition(words, back));
-        ASSERT_EQ(back, position);
+        expectBack(position, 0);
+        ASSERT_GE(measure(toAbsPosition(position)), before) << position;
+        before = measure(toAbsPosition(position));
     }
 }
 
@@ -36,13 +45,29 @@ TEST(AbsPositionWords, everyByteAroundTheBordersComesBack) {
     for (uint64_t border : {uint64_t{70000}, 3 * kGiB, 4 * kGiB, 8 * kGiB, 1024 * kGiB}) {
         uint32_t before = 0;
         for (uint64_t position = border - 70000; position < border + 70000; ++position) {
-            const AbsPosition words = toAbsPosition(position);
-            uint64_t back;
-            ASSERT_TRUE(fromAbsPosition(words, back));
-            ASSERT_EQ(back, position);
-            ASSERT_GE(measure(words), before);
-            before = measure(words);
+            expectBack(position, 0);
+            ASSERT_GE(measure(toAbsPosition(position)), before);
+            before = measure(toAbsPosition(position));
         }
+    }
+}
+
+TEST(AbsPositionWords, packetAndOffsetComeBackWhateverTheirSizes) {
+    for (uint64_t packet = 0; packet < kPositionLimit / 2; packet += packet / 3 + 1) {
+        for (uint64_t offset = 0; offset < kPositionLimit / 2; offset += offset / 3 + 1) expectBack(packet, offset);
+    }
+    expectBack(0, kPositionLimit - 1);
+    expectBack(kPositionLimit - 1, 0);
+}
+
+TEST(AbsPositionWords, sumRisesWithTheOffsetAndIntoTheNextPacket) {
+    for (uint64_t packet : {uint64_t{1000}, 3 * kGiB - 500, 7 * kGiB}) {
+        uint32_t before = 0;
+        for (uint64_t offset = 0; offset < 200000; ++offset) {
+            ASSERT_GE(measure(toAbsPosition(packet, offset)), before) << packet << " " << offset;
+            before = measure(toAbsPosition(packet, offset));
+        }
+        EXPECT_GE(measure(toAbsPosition(packet + 200000)), before);
     }
 }
 
@@ -57,9 +82,10 @@ TEST(AbsPositionWords, firstByteIsNotAllZero) {
 }
 
 TEST(AbsPositionWords, foreignWordsAreRefused) {
-    uint64_t position;
+    BytePlace position;
     EXPECT_FALSE(fromAbsPosition({{0, 0, 0}}, position));
-    EXPECT_FALSE(fromAbsPosition({{0x10000, 1, 5}}, position));
+    EXPECT_FALSE(fromAbsPosition({{0x20000, 1, 5}}, position));
+    EXPECT_FALSE(fromAbsPosition({{0x30000, 0, 5}}, position));
     EXPECT_FALSE(fromAbsPosition({{0x10001, 0, 5}}, position));
     EXPECT_FALSE(fromAbsPosition({{0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF}}, position));
 }
@@ -107,6 +133,7 @@ TEST(Seek, refusedPositionLeavesTheSourceWhereItStands) {
     const Unit first = source.read();
     EXPECT_EQ(source.seekAbs({{0, 0, 0}}), tvkSourceErrBadPosition);
     EXPECT_EQ(source.seekAbs(toAbsPosition(bytes.size() + 1)), tvkSourceErrBadPosition);
+    EXPECT_EQ(source.seekAbs(toAbsPosition(0, 5)), tvkSourceErrBadPosition);
     EXPECT_EQ(source.read().start, first.bytes.size());
 }
 

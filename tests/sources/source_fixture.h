@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "sources/abs_position.h"
 #include "tvk_source.h"
 
 namespace tvk::test {
@@ -157,10 +158,11 @@ struct Source {
         EXPECT_EQ(table->getAbsPosition(table, 0, offset, &words), 0);
         return words;
     }
-    // The byte that a position names, as its words are documented to add up below 3 GiB.
+    // The byte that a position of an elementary stream names.
     uint64_t absolute(uint32_t offset) {
-        const AbsPosition words = position(offset);
-        return words.words[2] + (uint64_t{words.words[1]} << 16) + (words.words[0] & 0xFFFF);
+        tvk::elementary::BytePlace place = {0, 0};
+        EXPECT_TRUE(tvk::elementary::fromAbsPosition(position(offset), place));
+        return place.packet + place.offset;
     }
     double rate(uint32_t offset) {
         double value = -1.0;
