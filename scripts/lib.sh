@@ -1,13 +1,13 @@
 # Shared by the scripts of this folder: which Debian packages what needs, and how they are installed.
 # shellcheck shell=sh disable=SC2034
 
-build_packages='cmake ninja-build g++ pkg-config libcli11-dev nlohmann-json3-dev nettle-dev libpng-dev'
+build_packages='cmake ninja-build g++ pkg-config libcli11-dev nlohmann-json3-dev nettle-dev libpng-dev libavformat-dev'
 demo_packages='python3-minimal libpython3-stdlib'
 test_packages='libgtest-dev libbenchmark-dev libjpeg-dev binutils python3 ffmpeg doxygen groff-base'
 clang_packages='clang-14'
 lint_packages='clang-format-14 clang-tidy-14'
 docs_packages='doxygen'
-package_packages='debhelper lintian dpkg-dev fakeroot libavformat-dev git'
+package_packages='debhelper lintian dpkg-dev fakeroot git'
 
 # Installs those of the named packages that are missing, without a question asked.
 need_packages() {

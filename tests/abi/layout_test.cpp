@@ -58,6 +58,7 @@ const Record kRecords[] = {
     {TVK_RECORD(MacroblockRecord), 116},
     {TVK_RECORD(UserDataRecord), 16},
     {TVK_RECORD(CallbackEvent), 152},
+    {TVK_RECORD(SourceInfo), 48},
 };
 
 const Member kMembers[] = {
@@ -274,6 +275,13 @@ const Member kMembers[] = {
     {TVK_MEMBER(CallbackEvent, privateArea), 104, 32},
     {TVK_MEMBER(CallbackEvent, userValue), 136, 4},
     {TVK_MEMBER(CallbackEvent, blockData), 144, 8},
+    {TVK_MEMBER(SourceInfo, container), 0, 8},
+    {TVK_MEMBER(SourceInfo, size), 8, 8},
+    {TVK_MEMBER(SourceInfo, videoStreams), 16, 4},
+    {TVK_MEMBER(SourceInfo, layer), 20, 4},
+    {TVK_MEMBER(SourceInfo, seekable), 24, 4},
+    {TVK_MEMBER(SourceInfo, seconds), 32, 8},
+    {TVK_MEMBER(SourceInfo, firstTime), 40, 8},
 };
 
 const Code kCodes[] = {
@@ -323,8 +331,11 @@ const Code kCodes[] = {
     {TVK_CODE(tvkSourceErrBadPosition), -3012},
     {TVK_CODE(tvkSourceErrNoParameter), -3013},
     {TVK_CODE(tvkSourceErrNoTime), -3014},
+    {TVK_CODE(tvkSourceErrNoSeek), -3015},
+    {TVK_CODE(tvkSourceErrContainer), -3016},
     {TVK_CODE(tvkSourceOwnsBuffer), 1},
     {TVK_CODE(tvkSourceAnyContent), 2},
+    {TVK_CODE(tvkSourceGrowing), 4},
 };
 // clang-format on
 
