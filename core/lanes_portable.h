@@ -245,6 +245,13 @@ struct PortableLanes {
         return zero;
     }
 
+    // Bit i for lane i of a, bit 8 + i for lane i of b: set where the lane is not 0
+    static uint32_t nonZeroBits(I16x8 a, I16x8 b) {
+        uint32_t set = 0;
+        for (int i = 0; i < 8; ++i) set |= (a.v[i] != 0 ? 1U << i : 0U) | (b.v[i] != 0 ? 256U << i : 0U);
+        return set;
+    }
+
     static F32x4 add(F32x4 a, F32x4 b) {
         return mapF([&](int i) { return a.v[i] + b.v[i]; });
     }

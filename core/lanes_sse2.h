@@ -153,6 +153,12 @@ struct Sse2Lanes {
 
     static bool allZero(I16x8 a) { return _mm_movemask_epi8(_mm_cmpeq_epi8(a.v, _mm_setzero_si128())) == 0xFFFF; }
 
+    static uint32_t nonZeroBits(I16x8 a, I16x8 b) {
+        const __m128i zero = _mm_setzero_si128();
+        const __m128i equal = _mm_packs_epi16(_mm_cmpeq_epi16(a.v, zero), _mm_cmpeq_epi16(b.v, zero));
+        return static_cast<uint32_t>(_mm_movemask_epi8(equal)) ^ 0xFFFF;
+    }
+
     static F32x4 add(F32x4 a, F32x4 b) { return {_mm_add_ps(a.v, b.v)}; }
     static F32x4 sub(F32x4 a, F32x4 b) { return {_mm_sub_ps(a.v, b.v)}; }
     static F32x4 mul(F32x4 a, F32x4 b) { return {_mm_mul_ps(a.v, b.v)}; }

@@ -26,9 +26,6 @@ struct JpegScan {
     FrameView view;
 };
 
-void putBytes(BitWriter &file, const uint8_t *bytes, size_t count) {
-    for (size_t i = 0; i < count; ++i) PutBits(file, bytes[i], 8);
-}
 void put16(BitWriter &file, int32_t value) {
     PutBits(file, value, 16);
 }
@@ -84,60 +81,75 @@ int32_t bitLength(int32_t value) {
 }
 
 // A negative value is sent as itself less one, so that its top bit is 0.
-void putMagnitude(BitWriter &writer, int32_t value, int32_t size) {
-    PutBits(writer, value - (value < 0 ? 1 : 0), size);
+int32_t magnitudeBits(int32_t value) {
+    return value - (value < 0 ? 1 : 0);
 }
 
-void putBlock(BitWriter &writer, JpegComponent &component, const int16_t *block) {
+// A symbol's code with the magnitude behind it; a symbol without a code leaves the magnitude alone there. Sizes of
+// coefficients are at most 15, codes have 16 bits.
+void putLevel(BitWriter &writer, const CodeTable &codes, int32_t run, int32_t level) {
+    const int32_t size = bitLength(level);
+    const uint32_t entry = codes.codes[run * 16 + size];
+    const uint32_t magnitude = static_cast<uint32_t>(magnitudeBits(level)) & ((1U << size) - 1);
+    PutBits(writer, static_cast<int32_t>(entry >> 8 << size | magnitude), static_cast<int32_t>(entry & 255) + size);
+}
+
+// `scanned` has the bits of scan positions whose coefficients are not 0.
+void putBlock(BitWriter &target, JpegComponent &component, const int16_t *block, uint64_t scanned) {
+    makeRoom(target);
+    BitWriter writer = target;
     const int32_t difference = block[0] - component.previousDc;
     component.previousDc = block[0];
     const int32_t dcSize = bitLength(difference);
     PutCode(writer, kJpegDcCodes[component.dcTable], dcSize);
-    putMagnitude(writer, difference, dcSize);
+    PutBits(writer, magnitudeBits(difference), dcSize);
 
     const CodeTable &codes = kJpegAcCodes[component.acTable];
-    int32_t run = 0;
-    for (size_t k = 1; k < 64; ++k) {
-        const int32_t level = block[kJpegScan[k]];
-        if (level == 0) {
-            ++run;
-            continue;
-        }
-        for (; run >= 16; run -= 16) PutCode(writer, codes, 0xF0);
-        const int32_t size = bitLength(level);
-        PutCode(writer, codes, run * 16 + size);
-        putMagnitude(writer, level, size);
-        run = 0;
+    const auto blank = static_cast<int32_t>(codes.codes[0xF0] >> 8),
+               blankBits = static_cast<int32_t>(codes.codes[0xF0] & 255);
+    int32_t last = 0;
+    for (uint64_t left = scanned & ~uint64_t{1}; left != 0; left &= left - 1) {
+        const int32_t position = std::countr_zero(left);
+        int32_t run = position - last - 1;
+        for (; run >= 16; run -= 16) PutBits(writer, blank, blankBits);
+        putLevel(writer, codes, run, block[kJpegScan[static_cast<size_t>(position)]]);
+        last = position;
     }
-    if (run != 0) PutCode(writer, codes, 0);
+    if (last != 63) PutCode(writer, codes, 0);
+    target = writer;
 }
 
-// Rows of the block whose first sample is at byte `x` of row `y`. Samples behind the picture are the stored ones, and
-// zero where a row has none.
+// Eight rows of a plane from `y` on. Rows behind the stored ones repeat the last.
+void rowsAt(const SamplePlane &plane, int32_t y, const uint8_t **rows) {
+    for (int32_t i = 0; i < 8; ++i) rows[i] = plane.row(y + i);
+}
+
+uint64_t inScanOrder(uint64_t nonZero) {
+    uint64_t scanned = 0;
+    for (size_t row = 0; row < 8; ++row) scanned |= kJpegScanBits[row][nonZero >> (8 * row) & 255];
+    return scanned;
+}
+
+// The block whose first sample is at byte `x` of its rows, `stored` bytes wide. Samples behind the picture are the
+// stored ones, and zero where a row has none.
 template <int step>
-void blockRows(const SamplePlane &plane, int32_t x, int32_t y, uint8_t (&local)[8][16], const uint8_t *(&rows)[8]) {
+void codeBlock(JpegScan &scan, int32_t index, const uint8_t *const *rows, ptrdiff_t stored, ptrdiff_t x) {
     constexpr ptrdiff_t rowBytes = 8 * step;
-    const ptrdiff_t stored = plane.stride - x;
-    for (int32_t i = 0; i < 8; ++i) {
-        if (stored >= rowBytes) {
-            rows[i] = plane.row(y + i) + x;
-            continue;
-        }
-        std::memset(local[i], 0, sizeof local[i]);
-        if (stored > 0) std::memcpy(local[i], plane.row(y + i) + x, static_cast<size_t>(stored));
-        rows[i] = local[i];
-    }
-}
-
-template <int step>
-void codeBlock(JpegScan &scan, int32_t index, const SamplePlane &plane, int32_t x, int32_t y) {
     alignas(16) int16_t block[64];
-    uint8_t local[8][16];
-    const uint8_t *rows[8];
+    uint8_t local[8][16] = {};
+    const uint8_t *localRows[8];
+    if (stored - x < rowBytes) {
+        for (size_t i = 0; i < 8; ++i) {
+            if (stored > x) std::memcpy(local[i], rows[i] + x, static_cast<size_t>(stored - x));
+            localRows[i] = local[i];
+        }
+        rows = localRows;
+        x = 0;
+    }
     JpegComponent &component = scan.components[index];
-    blockRows<step>(plane, x, y, local, rows);
-    forwardBlock<NativeLanes, step>(rows, index == 2 ? 1 : 0, jpegReciprocal[component.quantiserTable].data(), block);
-    putBlock(scan.writer, component, block);
+    const int16_t *reciprocals = jpegReciprocal[component.quantiserTable].data();
+    const uint64_t nonZero = forwardBlock<NativeLanes, step>(rows, x, index == 2 ? 1 : 0, reciprocals, block);
+    putBlock(scan.writer, component, block, inScanOrder(nonZero));
 }
 
 // lumaColumns x lumaRows luma blocks, then a block of Cb and one of Cr.
@@ -145,12 +157,15 @@ template <int lumaColumns, int lumaRows>
 void codeScan(JpegScan &scan) {
     constexpr int32_t columns = 8 * lumaColumns, lines = 8 * lumaRows;
     const SamplePlane &luma = scan.view.luma, &chroma = scan.view.chroma;
+    const uint8_t *lumaAt[lumaRows][8], *chromaAt[8];
     for (int32_t y = 0; y < luma.height; y += lines) {
+        for (int32_t i = 0; i < lumaRows; ++i) rowsAt(luma, y + 8 * i, lumaAt[i]);
+        rowsAt(chroma, y / lumaRows, chromaAt);
         for (int32_t x = 0; x < luma.width; x += columns) {
             for (int32_t i = 0; i < lumaColumns * lumaRows; ++i)
-                codeBlock<1>(scan, 0, luma, x + i % lumaColumns * 8, y + i / lumaColumns * 8);
+                codeBlock<1>(scan, 0, lumaAt[i / lumaColumns], luma.stride, x + i % lumaColumns * 8);
             for (int32_t index = 1; index <= 2; ++index)
-                codeBlock<2>(scan, index, chroma, x / lumaColumns * 2, y / lumaRows);
+                codeBlock<2>(scan, index, chromaAt, chroma.stride, x / lumaColumns * 2);
         }
     }
 }
@@ -165,7 +180,7 @@ void codeFrame(JpegScan &scan, const VideoFrame &frame) {
     if (frame.chromaFormat == 1) codeScan<2, 2>(scan);
     if (frame.chromaFormat == 2) codeScan<2, 1>(scan);
     if (frame.chromaFormat == 3) codeScan<1, 1>(scan);
-    PutBits(scan.writer, -1, (scan.writer.bitsLeft + 1) & 7);
+    PutBits(scan.writer, -1, static_cast<int32_t>((scan.writer.bitsLeft + 1) & 7));
     finishWriter(scan.writer);
 }
 
@@ -177,15 +192,16 @@ int32_t SaveFrameJpeg(const VideoFrame *frame, const char *name) {
     // A frame of no known chroma format makes a file with an empty scan.
     if (isCodable(*frame) && !viewFrame(*frame, scan.view)) return tvkErrInvalidArgument;
     const Block<char> path = pictureFileName(name, "jpg");
-    const Block<uint32_t> fileWords(static_cast<uint32_t *>(allocate(kBitWriterBytes)));
-    const Block<uint32_t> scanWords(static_cast<uint32_t *>(allocate(kBitWriterBytes)));
-    if (!path || !fileWords || !scanWords) return tvkErrOutOfMemory;
+    constexpr size_t bufferBytes = kBitWriterBytes + kBitWriterReserve;
+    const Block<uint8_t> fileBytes(static_cast<uint8_t *>(allocate(bufferBytes)));
+    const Block<uint8_t> scanBytes(static_cast<uint8_t *>(allocate(bufferBytes)));
+    if (!path || !fileBytes || !scanBytes) return tvkErrOutOfMemory;
     const PictureFile file = createPictureFile(path.get());
     if (!file) return tvkErrSaveCreate;
 
     BitWriter fileWriter;
-    initFileWriter(fileWriter, fileWords.get(), file.get());
-    initScanWriter(scan.writer, scanWords.get(), &fileWriter);
+    initFileWriter(fileWriter, fileBytes.get(), file.get());
+    initScanWriter(scan.writer, scanBytes.get(), &fileWriter);
     putHeaders(fileWriter, *frame);
     codeFrame(scan, *frame);
     put16(fileWriter, 0xFFD9);

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: BSD-2-Clause
-// The fixed tables of the JPEG writer, from Annex K of ISO/IEC 10918-1. Blocks are held transposed: the coefficient of
-// row r and column c at 8 * c + r.
+// The fixed tables of the JPEG writer, from Annex K of ISO/IEC 10918-1. Blocks lie row by row.
 #pragma once
 
 #include <array>
@@ -14,14 +13,8 @@ namespace tvk {
 
 using JpegBytes = std::array<uint8_t, 64>;
 
-constexpr JpegBytes transposedBytes(const JpegBytes &natural) {
-    JpegBytes result{};
-    for (size_t i = 0; i < 64; ++i) result[i % 8 * 8 + i / 8] = natural[i];
-    return result;
-}
-
-// Tables K.1 and K.2, transposed.
-inline constexpr JpegBytes jpegLumaQuant = transposedBytes({
+// Tables K.1 and K.2.
+inline constexpr JpegBytes jpegLumaQuant = {
     // clang-format off
     16, 11, 10, 16, 24, 40, 51, 61,
     12, 12, 14, 19, 26, 58, 60, 55,
@@ -32,8 +25,8 @@ inline constexpr JpegBytes jpegLumaQuant = transposedBytes({
     49, 64, 78, 87, 103, 121, 120, 101,
     72, 92, 95, 98, 112, 100, 103, 99,
     // clang-format on
-});
-inline constexpr JpegBytes jpegChromaQuant = transposedBytes({
+};
+inline constexpr JpegBytes jpegChromaQuant = {
     // clang-format off
     17, 18, 24, 47, 99, 99, 99, 99,
     18, 21, 26, 66, 99, 99, 99, 99,
@@ -44,21 +37,34 @@ inline constexpr JpegBytes jpegChromaQuant = transposedBytes({
     99, 99, 99, 99, 99, 99, 99, 99,
     99, 99, 99, 99, 99, 99, 99, 99,
     // clang-format on
-});
+};
 
-// Scan position to storage position: diagonal by diagonal, the odd ones downwards.
-constexpr JpegBytes transposedZigzag() {
+// Scan position to place in the block: diagonal by diagonal, the odd ones downwards.
+constexpr JpegBytes makeZigzag() {
     JpegBytes scan{};
     size_t position = 0;
     for (int diagonal = 0; diagonal < 15; ++diagonal) {
         for (int step = 0; step <= diagonal; ++step) {
             const int row = diagonal % 2 == 1 ? step : diagonal - step, column = diagonal - row;
-            if (row < 8 && column < 8) scan[position++] = static_cast<uint8_t>(8 * column + row);
+            if (row < 8 && column < 8) scan[position++] = static_cast<uint8_t>(8 * row + column);
         }
     }
     return scan;
 }
-inline constexpr JpegBytes kJpegScan = transposedZigzag();
+inline constexpr JpegBytes kJpegScan = makeZigzag();
+
+// For the set bits of a row of a block, column 0 in bit 0, those of their scan positions.
+using JpegRowBits = std::array<std::array<uint64_t, 256>, 8>;
+constexpr JpegRowBits makeScanBits() {
+    JpegRowBits bits{};
+    for (size_t position = 0; position < 64; ++position) {
+        const size_t row = kJpegScan[position] / 8U, column = kJpegScan[position] % 8U;
+        for (size_t set = 0; set < 256; ++set)
+            if ((set >> column & 1) != 0) bits[row][set] |= uint64_t{1} << position;
+    }
+    return bits;
+}
+inline constexpr JpegRowBits kJpegScanBits = makeScanBits();
 
 // The file declares half the table, rounded up.
 constexpr uint8_t declaredQuantiser(uint8_t q) {
@@ -114,15 +120,12 @@ inline constexpr HuffmanSpec<162> kJpegAcChroma = {
 // Canonical codes: the next symbol's is one more, and doubles with every bit of length.
 template <size_t bytes>
 constexpr CodeTable BuildInverseTable(const std::array<uint8_t, bytes> &spec) {
-    CodeTable table{255, 0, {}};
-    for (size_t i = 16; i < bytes; ++i) {
-        table.first = spec[i] < table.first ? spec[i] : table.first;
-        table.last = spec[i] > table.last ? spec[i] : table.last;
-    }
+    CodeTable table{0, {}};
+    for (size_t i = 16; i < bytes; ++i) table.last = spec[i] > table.last ? spec[i] : table.last;
     uint32_t code = 0;
     size_t next = 16;
     for (uint32_t length = 1; length <= 16; ++length, code *= 2)
-        for (uint32_t i = 0; i < spec[length - 1]; ++i) table.codes[spec[next++] - table.first] = code++ * 256 + length;
+        for (uint32_t i = 0; i < spec[length - 1]; ++i) table.codes[spec[next++]] = code++ * 256 + length;
     return table;
 }
 

@@ -2,6 +2,7 @@
 // The forward transform and quantiser of the JPEG writer, over 16-bit lanes.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "core/lanes.h"
@@ -22,13 +23,14 @@ struct CoarseMultiply {
     }
 };
 
-// Second pass: (x * c + 8192) >> 14 in 32 bits.
+// Second pass: (x * c + 8192) >> 14, from the halves of the 32-bit product. |x| up to 20600, for the largest c up to
+// 10300, so results fit. Not more than 7 is averaged with 0, so bytes are wide enough for that.
 template <class L>
 struct RoundedMultiply {
     static typename L::I16x8 apply(typename L::I16x8 x, int32_t c) {
-        const typename L::I16x8 one = L::splat16(1), factors = L::interleaveLow16(L::splat16(c), L::splat16(8192));
-        return L::packI16Sat(L::template shrArith<14>(L::maddPairs(L::interleaveLow16(x, one), factors)),
-                             L::template shrArith<14>(L::maddPairs(L::interleaveHigh16(x, one), factors)));
+        const typename L::I16x8 factor = L::splat16(c);
+        const typename L::U8x16 below = L::asU8(L::template shrLogical<13>(L::mulLo(x, factor)));
+        return L::addWrap(L::template shlWrap<2>(L::mulHi(x, factor)), L::asI16(L::avgUp(below, L::zero8())));
     }
 };
 
@@ -61,33 +63,54 @@ void forwardPass(typename L::I16x8 (&x)[8]) {
     x[7] = L::subSat(z11, z4);
 }
 
-// Eight samples of a row: bytes 0..7 for step 1, every second byte from `first` on for step 2.
-template <class L, int step>
-typename L::I16x8 loadSamples(const uint8_t *row, int first) {
-    typename L::U8x16 bytes;
-    if constexpr (step == 1) {
-        bytes = L::loadHalf(row);
-    } else {
-        const typename L::U8x16 pairs = L::loadU(row);
-        bytes = first == 0 ? L::evenBytes(pairs, pairs) : L::oddBytes(pairs, pairs);
-    }
-    return L::template shlWrap<1>(L::subWrap(L::widenLow(bytes), L::splat16(128)));
+// The block's eight columns of bytes, two a register, from eight rows of them.
+template <class L>
+void transposeBytes(const typename L::U8x16 (&rows)[8], typename L::U8x16 (&columns)[4]) {
+    using V = typename L::I16x8;
+    V pairs[4];
+    for (int i = 0; i < 4; ++i) pairs[i] = L::asI16(L::interleaveLow8(rows[2 * i], rows[2 * i + 1]));
+    const V upperLeft = L::interleaveLow16(pairs[0], pairs[1]), upperRight = L::interleaveHigh16(pairs[0], pairs[1]);
+    const V lowerLeft = L::interleaveLow16(pairs[2], pairs[3]), lowerRight = L::interleaveHigh16(pairs[2], pairs[3]);
+    columns[0] = L::asU8(L::interleaveLow32(upperLeft, lowerLeft));
+    columns[1] = L::asU8(L::interleaveHigh32(upperLeft, lowerLeft));
+    columns[2] = L::asU8(L::interleaveLow32(upperRight, lowerRight));
+    columns[3] = L::asU8(L::interleaveHigh32(upperRight, lowerRight));
 }
 
-// Rows of eight samples to quantised coefficients, transposed.
+// Eight samples of a row: bytes 0..7 for step 1, every second byte from `first` on for step 2.
 template <class L, int step>
-void forwardBlock(const uint8_t *const (&rows)[8], int first, const int16_t *reciprocals, int16_t *block) {
+typename L::U8x16 loadSamples(const uint8_t *row, int first) {
+    if constexpr (step == 1) return L::loadHalf(row);
+    const typename L::U8x16 pairs = L::loadU(row);
+    return first == 0 ? L::evenBytes(pairs, pairs) : L::oddBytes(pairs, pairs);
+}
+
+// Samples `offset` bytes into their rows to quantised coefficients, row by row. Returns a bit for each that is not 0,
+// the first in bit 0.
+template <class L, int step>
+uint64_t forwardBlock(const uint8_t *const *rows, ptrdiff_t offset, int first, const int16_t *reciprocals,
+                      int16_t *block) {
+    typename L::U8x16 samples[8], columns[4];
     typename L::I16x8 x[8];
-    for (int i = 0; i < 8; ++i) x[i] = loadSamples<L, step>(rows[i], first);
-    transpose8x8<L>(x);
+    for (int i = 0; i < 8; ++i) samples[i] = loadSamples<L, step>(rows[i] + offset, first);
+    transposeBytes<L>(samples, columns);
+    for (int i = 0; i < 4; ++i) {
+        x[2 * i] = L::template shlWrap<1>(L::widenLow(columns[i]));
+        x[2 * i + 1] = L::template shlWrap<1>(L::widenHigh(columns[i]));
+    }
     forwardPass<L, CoarseMultiply<L>>(x);  // along each row
+    // Samples count from 128, which only the sum of all eight, each doubled, knows of.
+    x[0] = L::subWrap(x[0], L::splat16(8 * 2 * 128));
     transpose8x8<L>(x);
     forwardPass<L, RoundedMultiply<L>>(x);
-    transpose8x8<L>(x);
+    uint64_t nonZero = 0;
     for (int i = 0; i < 8; ++i) {
         const typename L::I16x8 doubled = L::mulHi(x[i], L::loadA(reciprocals + 8 * i));
-        L::storeA(block + 8 * i, L::template shrArith<1>(L::addSat(doubled, L::splat16(1))));
+        x[i] = L::template shrArith<1>(L::addSat(doubled, L::splat16(1)));
+        L::storeA(block + 8 * i, x[i]);
     }
+    for (int i = 0; i < 4; ++i) nonZero |= uint64_t{L::nonZeroBits(x[2 * i], x[2 * i + 1])} << (16 * i);
+    return nonZero;
 }
 
 }  // namespace tvk

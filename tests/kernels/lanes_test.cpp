@@ -335,6 +335,17 @@ TYPED_TEST(Lanes, allZeroSeesEveryLane) {
         }
 }
 
+TYPED_TEST(Lanes, nonZeroBitsTellEveryLane) {
+    using L = TypeParam;
+    EXPECT_EQ(0U, L::nonZeroBits(L::zero16(), L::zero16()));
+    for (unsigned lane = 0; lane < 16; ++lane)
+        for (int16_t v : {int16_t{1}, int16_t{256}, int16_t{-1}, int16_t{-32768}}) {
+            int16_t x[16] = {};
+            x[lane] = v;
+            EXPECT_EQ(1U << lane, L::nonZeroBits(L::loadU(x), L::loadU(x + 8)));
+        }
+}
+
 TYPED_TEST(Lanes, floatArithmeticIsSinglePrecision) {
     using L = TypeParam;
     const float a[] = {0.1F, -3.25F, 16777216.0F, 1.0e-30F}, b[] = {0.2F, 7.5F, 1.0F, 3.0e-30F};

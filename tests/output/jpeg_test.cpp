@@ -140,10 +140,10 @@ TEST_F(JpegFiles, refuseWhatCannotBeWritten) {
 }
 
 template <class L>
-void transformBlock(const uint8_t *samples, int16_t *block) {
+uint64_t transformBlock(const uint8_t *samples, int16_t *block) {
     const uint8_t *rows[8];
     for (int i = 0; i < 8; ++i) rows[i] = samples + 8 * i;
-    forwardBlock<L, 1>(rows, 0, jpegReciprocal[0].data(), block);
+    return forwardBlock<L, 1>(rows, 0, 0, jpegReciprocal[0].data(), block);
 }
 
 TEST(JpegTransform, portableLanesEqualTheNative) {
@@ -152,9 +152,12 @@ TEST(JpegTransform, portableLanesEqualTheNative) {
         uint8_t samples[64];
         for (uint8_t &x : samples) x = static_cast<uint8_t>(round % 2 == 0 ? random() : (random() & 1) * 255);
         alignas(16) int16_t native[64], portable[64];
-        transformBlock<NativeLanes>(samples, native);
-        transformBlock<PortableLanes>(samples, portable);
-        for (int i = 0; i < 64; ++i) ASSERT_EQ(native[i], portable[i]);
+        const uint64_t nonZero = transformBlock<NativeLanes>(samples, native);
+        EXPECT_EQ(nonZero, transformBlock<PortableLanes>(samples, portable));
+        for (int i = 0; i < 64; ++i) {
+            ASSERT_EQ(native[i], portable[i]);
+            ASSERT_EQ(native[i] != 0, (nonZero >> i & 1) != 0);
+        }
     }
 }
 
@@ -167,31 +170,62 @@ TEST(JpegTables, reciprocalsFitInSixteenBits) {
     }
 }
 
+struct WriterToFile {
+    std::vector<uint8_t> buffer = std::vector<uint8_t>(kBitWriterBytes + kBitWriterReserve);
+    BitWriter writer{};
+
+    explicit WriterToFile(std::FILE *file = nullptr) { initFileWriter(writer, buffer.data(), file); }
+};
+
 TEST(BitWriter, refusesSymbolsWithoutACode) {
-    std::vector<uint32_t> words(kBitWriterWords);
-    BitWriter writer;
-    initFileWriter(writer, words.data(), nullptr);
-    EXPECT_EQ(-1, PutCode(writer, kJpegDcCodes[0], 12));
-    EXPECT_EQ(-1, PutCode(writer, kJpegDcCodes[0], -1));
-    EXPECT_EQ(-1, PutCode(writer, kJpegAcCodes[0], 0x0B));
-    EXPECT_EQ(31, writer.bitsLeft);
-    EXPECT_EQ(0, PutCode(writer, kJpegAcCodes[0], 0));
-    EXPECT_EQ(27, writer.bitsLeft);
-    EXPECT_EQ(0b1010U << 28, words[0]);
+    WriterToFile to;
+    EXPECT_EQ(-1, PutCode(to.writer, kJpegDcCodes[0], 12));
+    EXPECT_EQ(-1, PutCode(to.writer, kJpegDcCodes[0], -1));
+    EXPECT_EQ(-1, PutCode(to.writer, kJpegAcCodes[0], 0x0B));
+    EXPECT_EQ(31, to.writer.bitsLeft);
+    EXPECT_EQ(0, PutCode(to.writer, kJpegAcCodes[0], 0));
+    EXPECT_EQ(27, to.writer.bitsLeft);
+    EXPECT_EQ(0b1010U, to.writer.held);
 }
 
-TEST(BitWriter, straddlesWords) {
-    std::vector<uint32_t> words(kBitWriterWords);
-    BitWriter writer;
-    initFileWriter(writer, words.data(), nullptr);
-    PutBits(writer, 1, 1);
-    PutBits(writer, -1, 32);
-    PutBits(writer, 0x7FFFFF00, 31);  // ends the second word
-    PutBits(writer, 0, 0);
-    EXPECT_EQ(words.data() + 2, writer.current);
-    EXPECT_EQ(31, writer.bitsLeft);
-    EXPECT_EQ(0xFFFFFFFFU, words[0]);
-    EXPECT_EQ(0xFFFFFF00U, words[1]);
+TEST(BitWriter, handsWordsOnFromTheTopBit) {
+    WriterToFile to;
+    PutBits(to.writer, 1, 1);
+    PutBits(to.writer, -1, 32);
+    EXPECT_EQ(30, to.writer.bitsLeft);
+    PutBits(to.writer, 0x7FFFFF01, 31);  // ends the second word
+    PutBits(to.writer, 0, 0);
+    EXPECT_EQ(31, to.writer.bitsLeft);
+    EXPECT_EQ(to.buffer.data() + 8, to.writer.current);
+    EXPECT_EQ(std::vector<uint8_t>({255, 255, 255, 255, 255, 255, 255, 1}),
+              std::vector<uint8_t>(to.buffer.begin(), to.buffer.begin() + 8));
+}
+
+class BitWriterFiles : public PictureFiles {};
+
+TEST_F(BitWriterFiles, fillTheLastByteWithZeros) {
+    std::FILE *file = std::fopen(path("bits").c_str(), "wb");
+    WriterToFile to(file);
+    PutBits(to.writer, 0b101, 3);
+    PutBits(to.writer, 0x1FF, 9);
+    finishWriter(to.writer);
+    std::fclose(file);
+    EXPECT_EQ(std::vector<uint8_t>({0xBF, 0xF0}), bytesOf("bits"));
+}
+
+TEST_F(BitWriterFiles, keepTheOrderOfBitsAndBytesBeyondTheBuffer) {
+    std::FILE *file = std::fopen(path("bits").c_str(), "wb");
+    WriterToFile to(file);
+    const std::vector<uint8_t> many(kBitWriterBytes, 0x5A);
+    PutBits(to.writer, 0x112233, 24);
+    putBytes(to.writer, many.data(), many.size());
+    PutBits(to.writer, 0x44, 8);
+    finishWriter(to.writer);
+    std::fclose(file);
+    std::vector<uint8_t> expected = {0x11, 0x22, 0x33};
+    expected.insert(expected.end(), many.begin(), many.end());
+    expected.push_back(0x44);
+    EXPECT_TRUE(expected == bytesOf("bits"));
 }
 
 #if defined(TVK_TEST_LIBJPEG)
@@ -237,7 +271,7 @@ TEST(JpegTables, equalTheOnesThatEncodersBeginWith) {
     jpeg_set_quality(&info, 50, FALSE);  // the Annex's tables at their full value
     for (size_t table = 0; table < 2; ++table) {
         const JpegBytes &quant = table == 0 ? jpegLumaQuant : jpegChromaQuant;
-        for (size_t i = 0; i < 64; ++i) EXPECT_EQ(info.quant_tbl_ptrs[table]->quantval[i], quant[i % 8 * 8 + i / 8]);
+        for (size_t i = 0; i < 64; ++i) EXPECT_EQ(info.quant_tbl_ptrs[table]->quantval[i], quant[i]);
     }
     const auto expectSpec = [](const JHUFF_TBL &expected, const uint8_t *spec, size_t symbols) {
         for (size_t i = 0; i < 16; ++i) EXPECT_EQ(expected.bits[i + 1], spec[i]);
