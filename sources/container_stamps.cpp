@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "sources/content.h"
+#include "sources/start_code_scan.h"
 #include "sources/unit_table.h"
 
 namespace tvk::elementary {
@@ -139,6 +140,7 @@ void meetCode(StampState &state, const PacketMap &map, uint32_t code, uint64_t p
         state.toldBy = packet->start;
         state.toldTime = packet->time;
         state.isDecodingTime = packet->isDecodingTime;
+        state.isReordered = packet->isReordered;
         if (!state.doubtful) state.usedPacket = packet->start;
         return;
     }
@@ -149,13 +151,13 @@ double anchorByClock(const StampState &state, double following) {
     return state.nextTime + following * state.framePeriod;
 }
 
-double timeAnchor(StampState &state, ByteWindow &window, uint64_t start, uint64_t end, double periods) {
+double timeAnchor(StampState &state, ByteWindow &window, uint64_t start, uint64_t behind, double periods) {
     if (state.hasAnchor) {
         state.nextTime = state.anchorTime + state.anchorPeriods * state.framePeriod;
         state.running = true;
     }
     const bool counts = !state.told || state.doubtful || state.isDecodingTime;
-    const double following = counts ? periodsOfFollowingB(state, window, start, end) : 0.0;
+    const double following = counts ? periodsOfFollowingB(state, window, start, behind) : 0.0;
     if (state.told && state.doubtful && state.running) {
         state.told = std::abs(state.toldTime - anchorByClock(state, following)) < state.framePeriod / 2;
     }
@@ -169,7 +171,12 @@ double timeAnchor(StampState &state, ByteWindow &window, uint64_t start, uint64_
     return time;
 }
 
+// A B picture is shown when it is decoded. A packet that tells two times means another picture, which it holds too.
 double timeB(StampState &state, double periods) {
+    if (state.told && state.isReordered && state.running) {
+        state.usedPacket = state.toldBy;
+        state.told = false;
+    }
     if (state.told && state.isDecodingTime) state.toldTime -= state.framePeriod;
     if (state.told && state.doubtful && state.running) {
         state.told = std::abs(state.toldTime - state.nextTime) < state.framePeriod / 2;
@@ -199,7 +206,9 @@ double stampPicture(StampState &state, ByteWindow &window, const PictureUnit &un
     }
     const double periods = periodsOf(state, facts);
     const bool isB = facts.type == typeB;
-    const double time = isB ? timeB(state, periods) : timeAnchor(state, window, start, start + length, periods);
+    // Its own start code ends the unit when a picture follows.
+    const uint64_t following = start + (length > kStartCodeBytes ? length - kStartCodeBytes : 0);
+    const double time = isB ? timeB(state, periods) : timeAnchor(state, window, start, following, periods);
     if (state.told) state.usedPacket = state.toldBy;
     return time < 0.0 ? kNoTime : std::max(time - decodersLead(state, facts), 0.0);
 }
@@ -235,6 +244,8 @@ double stampUnit(StampState &state, ByteWindow &window, const PacketMap &map, co
                  size_t length) {
     const uint8_t *bytes;
     if (viewBytes(window, start, length, bytes) < length) return kNoTime;
+    // Pictures ahead of the first sequence header are not decoded. The decoder would give their times to later ones.
+    if (state.framePeriod <= 0.0) state.pictureAhead = false;
     const double time = stampPicture(state, window, unit, bytes, start, length);
     // Reading ahead may have moved the bytes.
     if (viewBytes(window, start, length, bytes) < length) return time;

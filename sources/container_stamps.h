@@ -23,7 +23,7 @@ struct StampState {
     bool told, doubtful;  // its packet tells a time; perhaps one that belongs to the next picture
     uint64_t toldBy;
     double toldTime;
-    bool isDecodingTime;
+    bool isDecodingTime, isReordered;
 
     // The clock in display order.
     bool running;     // nextTime is known
