@@ -85,6 +85,7 @@ int32_t connectSource(VideoStream *stream) {
 
 int32_t disconnectSource(VideoStream *stream) {
     if (stream->connected == 0) return 0;
+    takeRest(stream->input);
     const int32_t result = stream->source->openClose(stream->source, &stream->decoderId, operationClose);
     if (result == 0) stream->connected = 0;
     return result;

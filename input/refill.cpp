@@ -42,6 +42,9 @@ UnitRead readOnce(VideoInput *input, uint32_t resumeOffset) {
         unit->buffer = input->ownedBytes;
         unit->capacity = static_cast<int32_t>(input->ownedCapacity);
     }
+    // The buffer that the last unit was left in may go away with this call. What is not taken by now is not wanted: the
+    // next unit's turn has come.
+    if (input->ownBuffer) forgetRest(input);
     unit->resumeOffset = static_cast<int32_t>(resumeOffset);
     UnitRead read = {0, 0};
     read.status = input->source->readUnit(input->source, input->decoderId, unit, &read.count);
@@ -68,6 +71,7 @@ bool growBlock(VideoInput *input, uint32_t capacity) {
     const ptrdiff_t wordIndex = input->reader.wordPointer - input->reader.bufferStart;
     void *grown = reallocate(input->ownedBytes, size_t{capacity} + kUnitPadding);
     if (!grown) return false;
+    if (input->given == input->ownedBytes) input->given = static_cast<uint8_t *>(grown);
     input->ownedBytes = static_cast<uint8_t *>(grown);
     const uint32_t oldEnd = input->ownedCapacity + kUnitPadding;
     std::memset(input->ownedBytes + oldEnd, 0, capacity - input->ownedCapacity);
@@ -121,7 +125,8 @@ int32_t readIntoBlock(VideoInput *input, const RefillRules &rules) {
     return total == 0 ? kInputEnded : static_cast<int32_t>(total);
 }
 
-// The same from a buffer of the source: copied, since the padding and the turned words need room of our own.
+// The same from a buffer of the source, which stays there until it is copied: the padding and the turned words need
+// room of our own.
 int32_t readFromSource(VideoInput *input, const RefillRules &rules) {
     const UnitRead read = readOnce(input, 0);
     if (read.count == kNoDataYet) return suspendRead(input, 0, rules.waitForData);
@@ -132,7 +137,6 @@ int32_t readFromSource(VideoInput *input, const RefillRules &rules) {
     uint32_t capacity = input->ownedCapacity;
     while (capacity < read.count) capacity *= 2;
     if (capacity != input->ownedCapacity && !growBlock(input, capacity)) return abandonRead(input);
-    std::memcpy(input->ownedBytes, input->unit->buffer, read.count);
     return static_cast<int32_t>(read.count);
 }
 
@@ -144,9 +148,12 @@ int32_t refill(VideoInput *input, const RefillRules &rules) {
         if (input->byteCount != 0) std::memset(input->ownedBytes + wholeWords(input->byteCount), 0, kUnitPadding);
         return count;
     }
-    presentUnit(input, static_cast<uint32_t>(count));
+    presentUnit(input, input->ownBuffer ? input->unit->buffer : input->ownedBytes, static_cast<uint32_t>(count));
     input->unit->currentEntry = 0;
-    if (rules.swap) takeOverSwapped(input);
+    if (rules.swap)
+        takeHeaders(input);
+    else
+        takeRaw(input);
     return count;
 }
 

@@ -11,6 +11,10 @@ namespace {
 
 constexpr uint32_t kCodeBytes = 4;
 
+bool beginsSlice(uint32_t code) {
+    return code >= codeFirstSlice && code <= codeLastSlice;
+}
+
 // Leaves an entry to be read, with the unit in the form that `raw` tells. Units without an entry are passed over.
 int32_t makeEntryReady(VideoInput *input, bool raw) {
     const PictureUnit *unit = input->unit;
@@ -18,7 +22,7 @@ int32_t makeEntryReady(VideoInput *input, bool raw) {
         const int32_t count = raw ? RefillUnitRaw(input) : RefillUnit(input);
         if (count < 0) return count;
     }
-    takeOver(input, raw ? 0 : 1);
+    if (raw || !input->swapped || input->turnedBytes != 0) takeOver(input, raw ? 0 : 1);
     return 0;
 }
 
@@ -26,8 +30,11 @@ int32_t nextCode(VideoInput *input, bool raw) {
     const int32_t failure = makeEntryReady(input, raw);
     if (failure < 0) return failure;
     const int32_t entry = input->unit->currentEntry++;
-    SetBytePosition(input->reader, boundedOffset(input, entry) + kCodeBytes);
-    return static_cast<int32_t>(input->unit->startCodes[entry] & 0x7FFFFFFF);
+    const uint32_t offset = boundedOffset(input, entry) + kCodeBytes;
+    const uint32_t code = input->unit->startCodes[entry] & 0x7FFFFFFF;
+    if (!beginsSlice(code)) takeHeaderAt(input, offset);
+    SetBytePosition(input->reader, offset);
+    return static_cast<int32_t>(code);
 }
 
 bool beginsHeaders(uint32_t code) {

@@ -19,8 +19,18 @@ void swapWords(uint8_t *block, uint32_t from, uint32_t to);
 // Gives all words of the loaded unit one form, whatever was turned before.
 void takeOver(VideoInput *input, uint32_t swapped);
 
-// Sets the padding behind `byteCount` bytes of the block, which are in file order, and the reader on the first.
-void presentUnit(VideoInput *input, uint32_t byteCount);
+// A unit of `byteCount` bytes in file order at `given`, the block or a buffer of the source, of which nothing is taken
+// yet: sets the padding behind it and the reader on its first byte. One of the takes below has to follow.
+void presentUnit(VideoInput *input, const uint8_t *given, uint32_t byteCount);
+// What is not taken yet counts as taken, with whatever stands in the block.
+void forgetRest(VideoInput *input);
+// All of it in file order.
+void takeRaw(VideoInput *input);
+// Its headers in swapped form: what stands ahead of the slices and behind them.
+void takeHeaders(VideoInput *input);
+// Makes kHeaderReach bytes from `offset` on stand in the block, in swapped form. Slow where no header is to be
+// expected.
+void takeHeaderAt(VideoInput *input, uint32_t offset);
 // Nothing is loaded: the reader stands on zeros outside the block.
 void presentNothing(VideoInput *input);
 

@@ -20,16 +20,20 @@ inline constexpr int32_t kInputNeedData = tvkErrNeedData;
 inline constexpr int32_t kInputEnded = -1;  // the source ended or failed: the loops go to their end-of-stream branch
 
 // The library reads from its own block alone, whoever owns unit->buffer. Behind the coded bytes that the reader stands
-// on come kUnitPadding zero bytes at any time.
+// on come kUnitPadding zero bytes at any time. A unit is taken into the block as far as it is wanted: its headers at
+// once, the slices between them when they are decoded, so that a walk over headers costs no pass over coded bytes.
 struct VideoInput {
     BitReader reader;  // words of the loaded unit in swapped form, for header parsing; workers take copies
     PictureUnit *unit;
     uint32_t byteCount;     // coded bytes of the loaded unit
-    uint32_t swapped;       // 1 when the words are in swapped form
+    uint32_t swapped;       // 1 when the words of the block are in swapped form
+    uint32_t takenHead;     // the bytes below takenHead and those from takenTail on are in the block in that form;
+    uint32_t takenTail;     // what lies between is in file order where the source left it, at `given`
+    const uint8_t *given;   // the block itself, or a buffer of the source; no longer looked at once all is taken
     uint32_t turnedBytes;   // how many bytes at the start an application has turned to the other form
     uint32_t partialBytes;  // bytes of a unit whose growing read found no data yet; the next refill continues it
     uint32_t decoderId;     // always 0, as the source was promised at creation
-    int32_t ownBuffer;      // the source owns unit->buffer, and a refill copies from it
+    int32_t ownBuffer;      // the source owns unit->buffer, and the unit is copied from it
     uint8_t *ownedBytes;    // the library's block: unit->buffer itself, or with ownBuffer the copy
     uint32_t ownedCapacity;
     VideoSource *source;
@@ -50,12 +54,17 @@ int32_t RefillUnitNoJump(VideoInput *input);
 
 // The next code of the table with the reader just behind it; refills when the table is used up.
 // kInputNeedData and kInputEnded are negative, start codes are not. A loaded unit of the other form is turned first.
+// In swapped form kHeaderReach bytes may be read behind a code that is no slice's, and behind a unit's first byte;
+// who reads slices, or something without a bound, calls takeOverSwapped first.
+inline constexpr uint32_t kHeaderReach = 512;  // the longest is a quantiser matrix extension of 258 bytes
 int32_t NextStartCode(VideoInput *input);
 int32_t NextStartCodeRaw(VideoInput *input);
 
-// Puts the loaded unit's bytes in the form a path needs, if they are in the other.
+// Takes all of the loaded unit and puts its bytes in the form a path needs, if they are in the other.
 void takeOverSwapped(VideoInput *input);
 void takeOverRaw(VideoInput *input);
+// Takes what the source's buffer still holds of the unit. The buffer may go away then.
+void takeRest(VideoInput *input);
 // tvkSwapBuffer: turns the words up to the last start code; turned twice they are as before.
 void swapLoadedUnit(VideoInput *input);
 

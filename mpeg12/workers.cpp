@@ -245,6 +245,7 @@ void destroyWorkers(VideoStream *stream) {
 
 void decodePicture(VideoStream *stream) {
     if (!mayDecode(stream)) return;
+    takeOverSwapped(stream->input);
     chooseMacroblockWriter(stream);
     releaseWorkers(stream);
     const bool managed = stream->callbacks.memoryManager != nullptr;

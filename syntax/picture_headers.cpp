@@ -61,6 +61,7 @@ void parsePictureHeader(VideoStream *stream) {
     if (type < pictureI || type > pictureB) return;
     if (type != pictureI) readForwardCode(r, headers);
     if (type == pictureB) readBackwardCode(r, headers);
+    if (PeekBits(r, 1)) takeOverSwapped(stream->input);  // the chain may be as long as the unit
     readExtraInformation(r, record);
     ++stream->counters.pictureHeadersSeen;
     raiseRecord(stream, eventPictureHeader, &CallbackEvent::pictureHeader, &record);

@@ -38,6 +38,7 @@ void append(Headers &headers, const uint8_t *bytes, uint32_t length) {
 // The block is handed out where it lies, its words turned to file order for as long: no copy to allocate or to fail.
 void gatherUserData(VideoStream *stream) {
     VideoInput *input = stream->input;
+    takeOverSwapped(input);
     const uint32_t from = BytePosition(input->reader);
     const uint32_t to = skipToPrefix(input->reader);
     const UserDataRecord record = {borrowBytes(input, from, to), to - from};

@@ -62,6 +62,17 @@ struct InputTest : testing::Test {
         return current->answer(unit, byteCount);
     }
 
+    // The run from the first slice of the table to the last.
+    static void nameSlices(PictureUnit &unit) {
+        unit.firstSlice = unit.lastSlice = unit.sliceCount = 0;
+        for (int32_t i = 0; i < unit.entryCount; ++i) {
+            if (unit.startCodes[i] < 0x101 || unit.startCodes[i] > 0x1AF) continue;
+            if (unit.sliceCount == 0) unit.firstSlice = i;
+            unit.lastSlice = i;
+            unit.sliceCount = i + 1 - unit.firstSlice;
+        }
+    }
+
     int32_t answer(PictureUnit *unit, uint32_t *byteCount) {
         resumeOffsets.push_back(unit->resumeOffset);
         capacities.push_back(unit->capacity);
@@ -82,6 +93,7 @@ struct InputTest : testing::Test {
             unit->startCodes[i] = read.table[i].first;
             unit->startOffsets[i] = read.table[i].second;
         }
+        nameSlices(*unit);
         return read.status;
     }
 };
