@@ -13,6 +13,7 @@ namespace tvk::elementary {
 namespace {
 
 constexpr double kNoTime = -1.0;
+constexpr double kNearSeconds = 1.0;
 constexpr double kWrapSeconds = 8589934592.0 / 90000.0;
 enum PictureType : uint32_t { typeI = 1, typeP = 2, typeB = 3 };
 
@@ -156,10 +157,15 @@ double timeAnchor(StampState &state, ByteWindow &window, uint64_t start, uint64_
         state.nextTime = state.anchorTime + state.anchorPeriods * state.framePeriod;
         state.running = true;
     }
-    const bool counts = !state.told || state.doubtful || state.isDecodingTime;
+    const bool counts = !state.told || state.doubtful || !state.isReordered;
     const double following = counts ? periodsOfFollowingB(state, window, start, behind) : 0.0;
-    if (state.told && state.doubtful && state.running) {
-        state.told = std::abs(state.toldTime - anchorByClock(state, following)) < state.framePeriod / 2;
+    if (state.told && state.running) {
+        const double off = std::abs(state.toldTime - anchorByClock(state, following));
+        if (state.doubtful) state.told = off < state.framePeriod / 2;
+        // A frame that others are shown ahead of cannot be shown when it is decoded. Some multiplexers give a packet
+        // the time of the picture that ends in it; where the clock is far off it has jumped.
+        const bool misplaced = !state.isReordered && !state.isDecodingTime && following > 0.0;
+        if (misplaced && off < kNearSeconds) state.told = false;
     }
     if (!state.told && !state.running) return kNoTime;
     double time = state.told ? state.toldTime : anchorByClock(state, following);
