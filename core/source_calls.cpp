@@ -105,6 +105,7 @@ int32_t describeSource(VideoStream *stream, StreamDescription *out) {
 
 int32_t setActiveLayer(VideoStream *stream, int32_t layer) {
     if (layer < kFirstLayer || layer > kLastLayer) return tvkErrPositionOutOfRange;
+    takeRest(stream->input);  // what the source goes on to may take the place of what it has lent
     return stream->source->setParameter(stream->source, stream->decoderId, parameterActiveLayer, &layer);
 }
 

@@ -29,8 +29,8 @@ struct Plan {
     size_t streamSize;
 
     uint32_t sourceFlags() const {
-        constexpr uint32_t kAny = tvkSourceAnyContent, kExact = tvkSourceOwnsBuffer;
-        return settings[0] & 0x40 ? kAny | kExact : kAny;
+        constexpr uint32_t kAny = tvkSourceAnyContent, kExact = tvkSourceOwnsBuffer, kCopied = tvkSourceFillsBuffer;
+        return kAny | (settings[0] & 0x40 ? kExact : settings[1] & 0x80 ? kCopied : 0);
     }
     Loop loop() const { return static_cast<Loop>(settings[1] >> 2 & 3); }
     uint8_t workMode() const { return settings[1] & 3; }

@@ -331,7 +331,8 @@ struct VideoSource {
      * - `*byteCount` 0xFFFFFFFF: no data at the moment, nothing else written. The library calls again later.
      *
      * A unit may have 4 MiB; a larger one is taken for the end of the stream. With parameter 8 the source sets `buffer`
-     * to a block that stays until the next read, seek or closing and is not written to; otherwise `buffer` is the library's.
+     * to a block that stays until the next read, seek, change of the layer or closing and is not written
+     * to; otherwise `buffer` is the library's.
      */
     int32_t (*readUnit)(VideoSource *, uint32_t decoderId, PictureUnit *, uint32_t *byteCount);
     /** Fills the description, with `layerCapacity` layers at most. Called at creation, also before the source has been

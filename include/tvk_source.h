@@ -50,6 +50,10 @@
  *
  * PIPES are opened with tvkOpenDescriptorSource and read once from start to end; seeks fail with tvkSourceErrNoSeek.
  *
+ * BYTES OF UNITS are lent (parameter 8 is 1): a unit lies where the source has read it, or in the caller's own memory,
+ * and the decoder, which does not write to it, copies what it wants of it. A program that calls the operations itself
+ * finds it at `buffer` up to the next read or seek. With tvkSourceFillsBuffer the source copies into the caller's buffer.
+ *
  * UNITS. A unit that would exceed 4 MiB, the most that the decoder takes, is cut there and goes on in the next unit. Of
  * more than about 4000 slices in one picture the last ones are not listed. Bytes are never dropped: the units of
  * a stream, one behind the other, are the stream.
@@ -72,7 +76,7 @@
  * of a frame with a repeated field; so such a frame's stamp comes half a frame early, and its presentationTime is
  * right.
  *
- * PARAMETERS. Get 0: a fingerprint of size and content, 8 bytes. Get 8: 1 with tvkSourceOwnsBuffer, otherwise 0. Get
+ * PARAMETERS. Get 0: a fingerprint of size and content, 8 bytes. Get 8: 0 with tvkSourceFillsBuffer, otherwise 1. Get
  * and set 9: the active layer, 480 to 495; an elementary stream answers to every number. Get 11: the rate last set with
  * 12; of a container its size in bits by its length in seconds.
  * Set 12: bits per second, a uint32_t. Get 14: the size in bytes, high word first.
@@ -108,13 +112,15 @@ enum {
 
 /** Flags of the Ex calls, to be added up. */
 enum {
-    /** The source provides each unit's buffer (parameter 8): a block of exactly the unit's size, valid until the next
-     * read or the closing, so that a memory checker sees any access behind the last byte. */
+    /** Each unit comes in a block of its own of exactly the unit's size, valid until the next read or the closing, so
+     * that a memory checker sees any access behind the last byte. */
     tvkSourceOwnsBuffer = 1,
     /** Open whatever the bytes are, nothing included. */
     tvkSourceAnyContent = 2,
     /** The file is still being written: see GROWING FILES. */
-    tvkSourceGrowing = 4
+    tvkSourceGrowing = 4,
+    /** Copy each unit into the buffer that the caller provides: parameter 8 is 0. Without tvkSourceOwnsBuffer. */
+    tvkSourceFillsBuffer = 8
 };
 
 /** Opens the file `path`. On failure `*out` is null. Null arguments give tvkErrInvalidArgument. */

@@ -11,7 +11,7 @@
 namespace tvk::elementary {
 namespace {
 
-// Small enough that a piece is still in the second-level cache when it is searched and copied.
+// Small enough that a piece is still in the second-level cache when it is searched.
 constexpr size_t kReadPiece = 0x40000;
 constexpr size_t kWantedMost = kLargestUnit + 64;
 constexpr size_t kBlockBytes = kWantedMost + kReadPiece;

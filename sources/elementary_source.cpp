@@ -78,7 +78,7 @@ int32_t setLayer(ElementarySource &source, const void *value) {
 int32_t getParameter(VideoSource *table, uint32_t, uint32_t number, void *out) {
     if (table == nullptr || out == nullptr) return tvkErrInvalidArgument;
     ElementarySource &source = *sourceOf(table);
-    const uint32_t ownBuffer = (source.flags & tvkSourceOwnsBuffer) != 0;
+    const uint32_t ownBuffer = (source.flags & tvkSourceFillsBuffer) == 0;
     const uint64_t size = source.raw.size == kEndUnknown ? 0 : source.raw.size;
     const uint32_t sizeWords[2] = {static_cast<uint32_t>(size >> 32), static_cast<uint32_t>(size)};
     uint32_t rate;

@@ -27,7 +27,7 @@ struct ElementarySource {
     bool cutInsidePicture;  // the same of the end of the unit last read
     bool closed;            // disconnected by the decoder
     double unitTime;        // of the unit last read: its time stamp, or -1.0
-    uint32_t flags;         // tvkSourceOwnsBuffer
+    uint32_t flags;         // of the opening call
     uint8_t *unitBuffer;    // with tvkSourceOwnsBuffer
     uint32_t bitRate;       // parameter 12
     int32_t activeLayer;

@@ -16,7 +16,8 @@ namespace {
 
 using namespace tvk::elementary;
 
-constexpr uint32_t kKnownFlags = tvkSourceOwnsBuffer | tvkSourceAnyContent | tvkSourceGrowing;
+constexpr uint32_t kBufferFlags = tvkSourceOwnsBuffer | tvkSourceFillsBuffer;
+constexpr uint32_t kKnownFlags = kBufferFlags | tvkSourceAnyContent | tvkSourceGrowing;
 
 int32_t openFailure(int error) {
     switch (error) {

@@ -7,8 +7,9 @@
 
 namespace tvk::elementary {
 
-// Reading goes through pread into a buffer of our own. A mapping would save one copy of the coded bytes, a few
-// percent of the time of a scan and nothing of a decode, but a file that shrinks under a mapping kills the process.
+// Reading goes through pread into a buffer of our own. A mapping would save one copy of the coded bytes, a third of the
+// time of an index scan and nothing of a decode, but a file that shrinks under a mapping kills the process. Who can
+// rule that out maps the file and opens the mapped bytes as memory.
 struct RawBytes {
     const uint8_t *memory;  // null when there is a file
     int file;               // -1 in memory

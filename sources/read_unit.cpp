@@ -64,6 +64,15 @@ int32_t giveOwnBuffer(ElementarySource &source, PictureUnit &unit, const uint8_t
     return 0;
 }
 
+// The unit where it stands: in memory that is read only, or in the window, which moves at the next read or seek alone.
+int32_t lend(ElementarySource &source, PictureUnit &unit, const uint8_t *bytes, uint32_t *byteCount) {
+    unit.buffer = const_cast<uint8_t *>(bytes);
+    unit.capacity = static_cast<int32_t>(source.unitLength);
+    source.taken = source.unitLength;
+    *byteCount = static_cast<uint32_t>(source.unitLength);
+    return 0;
+}
+
 // The part of the unit that is still to be given, as far as the caller's buffer goes.
 int32_t fillCallersBuffer(ElementarySource &source, PictureUnit &unit, const uint8_t *bytes, uint32_t *byteCount) {
     if (unit.buffer == nullptr || unit.capacity < 0) return tvkErrInvalidArgument;
@@ -127,9 +136,10 @@ int32_t readUnit(VideoSource *table, uint32_t, PictureUnit *unit, uint32_t *byte
     if (viewBytes(source.window, source.unitStart, source.unitLength, bytes) < source.unitLength) {
         return source.window.failure;
     }
-    const bool owns = (source.flags & tvkSourceOwnsBuffer) != 0;
-    const int32_t status =
-        owns ? giveOwnBuffer(source, *unit, bytes, byteCount) : fillCallersBuffer(source, *unit, bytes, byteCount);
+    const auto give = source.flags & tvkSourceOwnsBuffer    ? giveOwnBuffer
+                      : source.flags & tvkSourceFillsBuffer ? fillCallersBuffer
+                                                            : lend;
+    const int32_t status = give(source, *unit, bytes, byteCount);
     unit->timeStamp = source.unitTime;
     source.unfinished = status == tvkErrBufferTooSmall;
     if (status == 0) {

@@ -336,6 +336,7 @@ const Code kCodes[] = {
     {TVK_CODE(tvkSourceOwnsBuffer), 1},
     {TVK_CODE(tvkSourceAnyContent), 2},
     {TVK_CODE(tvkSourceGrowing), 4},
+    {TVK_CODE(tvkSourceFillsBuffer), 8},
 };
 // clang-format on
 

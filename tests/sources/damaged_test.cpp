@@ -43,11 +43,13 @@ Bytes randomBytes(std::mt19937 &random) {
     return bytes;
 }
 
+constexpr uint32_t kWaysToGive[] = {0, tvkSourceOwnsBuffer, tvkSourceFillsBuffer};
+
 TEST(DamagedStream, unitsJoinToTheBytesAndTablesAreSound) {
     std::mt19937 random(7);
     for (int round = 0; round < 400; ++round) {
         const Bytes bytes = randomBytes(random);
-        const uint32_t flags = tvkSourceAnyContent | (round % 2 == 0 ? tvkSourceOwnsBuffer : 0);
+        const uint32_t flags = tvkSourceAnyContent | kWaysToGive[round % 3];
         Source source = Source::ofMemory(bytes, flags);
         source.buffer.resize(1 + random() % 64);
         const std::vector<Unit> units = source.readAll();

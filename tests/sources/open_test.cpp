@@ -49,10 +49,10 @@ TEST(Open, refusesNullAndUnknownFlags) {
     const uint8_t byte = 0;
     EXPECT_EQ(tvkOpenFileSource(nullptr, "x"), tvkErrInvalidArgument);
     EXPECT_EQ(tvkOpenFileSource(&source, nullptr), tvkErrInvalidArgument);
-    EXPECT_EQ(tvkOpenFileSourceEx(&source, "x", 8), tvkErrInvalidArgument);
+    EXPECT_EQ(tvkOpenFileSourceEx(&source, "x", 16), tvkErrInvalidArgument);
     EXPECT_EQ(tvkOpenMemorySource(nullptr, &byte, 1), tvkErrInvalidArgument);
     EXPECT_EQ(tvkOpenMemorySource(&source, nullptr, 1), tvkErrInvalidArgument);
-    EXPECT_EQ(tvkOpenMemorySourceEx(&source, &byte, 1, 8), tvkErrInvalidArgument);
+    EXPECT_EQ(tvkOpenMemorySourceEx(&source, &byte, 1, 16), tvkErrInvalidArgument);
     EXPECT_EQ(source, nullptr);
     EXPECT_EQ(tvkCloseSource(nullptr), tvkErrInvalidArgument);
 }
@@ -171,11 +171,12 @@ TEST(Parameter, layerIsKeptWithinItsRange) {
 
 TEST(Parameter, ownBufferFollowsTheFlag) {
     const Bytes bytes = makeStream(1, 1, 1);
-    for (uint32_t flag : {0u, static_cast<uint32_t>(tvkSourceOwnsBuffer)}) {
+    for (uint32_t flag :
+         {0u, static_cast<uint32_t>(tvkSourceOwnsBuffer), static_cast<uint32_t>(tvkSourceFillsBuffer)}) {
         Source source = Source::ofMemory(bytes, flag);
         uint32_t value = 9;
         ASSERT_EQ(source.table->getParameter(source.table, 0, 8, &value), 0);
-        EXPECT_EQ(value != 0, flag != 0);
+        EXPECT_EQ(value != 0, flag != tvkSourceFillsBuffer);
     }
 }
 

@@ -89,16 +89,16 @@ struct Source {
     Bytes buffer;
     bool owns = false;
 
-    static Source ofFile(const std::string &path, uint32_t flags = 0) {
+    static Source ofFile(const std::string &path, uint32_t flags = tvkSourceFillsBuffer) {
         Source source;
         EXPECT_EQ(tvkOpenFileSourceEx(&source.table, path.c_str(), flags), 0);
-        source.owns = (flags & tvkSourceOwnsBuffer) != 0;
+        source.owns = (flags & tvkSourceFillsBuffer) == 0;
         return source;
     }
-    static Source ofMemory(const Bytes &bytes, uint32_t flags = 0) {
+    static Source ofMemory(const Bytes &bytes, uint32_t flags = tvkSourceFillsBuffer) {
         Source source;
         EXPECT_EQ(tvkOpenMemorySourceEx(&source.table, bytes.data(), bytes.size(), flags), 0);
-        source.owns = (flags & tvkSourceOwnsBuffer) != 0;
+        source.owns = (flags & tvkSourceFillsBuffer) == 0;
         return source;
     }
     Source() : buffer(0x400000) {}

@@ -64,6 +64,9 @@ Bytes randomStream(uint32_t seed, size_t size) {
     return bytes;
 }
 
+// Lent, in blocks of the source, into the caller's buffer.
+constexpr uint32_t kWaysToGive[] = {0, tvkSourceOwnsBuffer, tvkSourceFillsBuffer};
+
 TEST(Unit, endsBehindPictureCodeAndNextBeginsWithHeaderBits) {
     const Bytes bytes = makeStream(2, 3, 5);
     const TempFile file(bytes);
@@ -99,17 +102,42 @@ TEST(Unit, filesOfManyWindowsAreCutAsNaively) {
     for (uint32_t seed = 1; seed < 4; ++seed) {
         const Bytes bytes = randomStream(seed, 1500000);
         const TempFile file(bytes);
-        Source source = Source::ofFile(file.path);
-        expectNaive(source.readAll(), bytes);
-        Source owning = Source::ofFile(file.path, tvkSourceOwnsBuffer);
-        expectNaive(owning.readAll(), bytes);
+        for (uint32_t flags : kWaysToGive) {
+            Source source = Source::ofFile(file.path, flags);
+            expectNaive(source.readAll(), bytes);
+        }
     }
 }
 
 TEST(Unit, memoryAndFileGiveTheSameUnits) {
     const Bytes bytes = randomStream(9, 300000);
-    Source source = Source::ofMemory(bytes);
-    expectNaive(source.readAll(), bytes);
+    for (uint32_t flags : kWaysToGive) {
+        Source source = Source::ofMemory(bytes, flags);
+        expectNaive(source.readAll(), bytes);
+    }
+}
+
+TEST(Unit, lentMemoryIsTheCallersOwn) {
+    const Bytes bytes = makeStream(2, 3, 5);
+    Source source = Source::ofMemory(bytes, 0);
+    for (Unit unit = source.read(); !unit.bytes.empty(); unit = source.read())
+        EXPECT_EQ(source.unit->buffer, bytes.data() + unit.start);
+}
+
+TEST(Unit, lentBytesStayWhileTheSourceAnswersQuestions) {
+    const Bytes bytes = randomStream(5, 1500000);
+    const TempFile file(bytes);
+    Source source = Source::ofFile(file.path, 0);
+    VideoSource *table = source.table;
+    for (Unit unit = source.read(); !unit.bytes.empty(); unit = source.read()) {
+        uint64_t answer = 0;
+        for (uint32_t parameter : {0u, 8u, 9u, 11u, 14u}) {
+            EXPECT_EQ(table->getParameter(table, 0, parameter, &answer), 0);
+        }
+        source.position(3);
+        source.rate(3);
+        ASSERT_TRUE(std::equal(unit.bytes.begin(), unit.bytes.end(), source.unit->buffer));
+    }
 }
 
 TEST(Unit, codeAcrossTheReadBoundaryIsFoundAtEveryPhase) {
@@ -278,7 +306,7 @@ TEST(Unit, aboveTheLargestIsCutAndItsRestListsNoSlices) {
     appendCode(bytes, 0x100, 4);
     appendCode(bytes, 0x101, 4);
     const TempFile file(bytes);
-    for (uint32_t flags : {0u, static_cast<uint32_t>(tvkSourceOwnsBuffer)}) {
+    for (uint32_t flags : kWaysToGive) {
         Source source = Source::ofFile(file.path, flags);
         const std::vector<Unit> units = source.readAll();
         ASSERT_EQ(units.size(), 5u);
