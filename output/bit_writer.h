@@ -7,8 +7,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "core/inline.h"
-
 namespace tvk {
 
 struct BitWriter;
@@ -43,7 +41,7 @@ void finishWriter(BitWriter &writer);
 void putBytes(BitWriter &writer, const uint8_t *bytes, size_t count);
 
 // The low `count` bits of `value`, 0 to 32.
-TVK_INLINE void PutBits(BitWriter &writer, int32_t value, int32_t count) {
+[[gnu::always_inline]] inline void PutBits(BitWriter &writer, int32_t value, int32_t count) {
     writer.held = writer.held << count | (static_cast<uint32_t>(value) & ((uint64_t{1} << count) - 1));
     writer.bitsLeft -= count;
     if (writer.bitsLeft >= 0) return;
