@@ -7,7 +7,7 @@
  *
  * A program hands the library a VideoSource, a table of functions that deliver coded pictures, and gets a VideoStream.
  * It then steps through the stream and reads one VideoFrame after the other. The library opens no media file;
- * tvk_source.h, a library of its own, makes sources of elementary streams in files and in memory.
+ * tvk_source.h, a library of its own, makes sources of video in files, in memory and from pipes.
  *
  * This program writes the luma samples of all frames to its standard output:
  *
