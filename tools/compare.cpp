@@ -111,7 +111,9 @@ void compare(const CompareOptions &options) {
 void addCompareCommand(CLI::App &app) {
     auto options = std::make_shared<CompareOptions>();
     CLI::App *command = app.add_subcommand("compare", "Tell how far two videos are apart, as PSNR in dB");
-    command->add_option("A", options->first, "Video elementary stream or Y4M file")->required()->type_name("");
+    command->add_option("A", options->first, "Video or Y4M file; - reads video from standard input")
+        ->required()
+        ->type_name("");
     command->add_option("B", options->second, "The other one")->required()->type_name("");
     command->add_option("--threads", options->threads, "Threads to decode with (default: one a processor)")
         ->check(quiet(CLI::Range(1, 256)))

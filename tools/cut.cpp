@@ -128,7 +128,7 @@ class CodedWalk {
         for (int i = 0; i < kTries; ++i) {
             if (tvkGetNextVideoFrameBin(opened.stream, &frame) == 0) return;
         }
-        const Bytes tail = lastSliceOfFile(opened.path);
+        const Bytes tail = lastSliceOf(opened);
         picture.insert(picture.end(), tail.begin(), tail.end());
     }
 
@@ -213,6 +213,7 @@ ShownRange shownRange(const CodedTable &table, const Piece &piece) {
 void cut(const CutOptions &options) {
     if (options.to < options.from) throw ToolError(exitUsage, "--to lies ahead of --from");
     OpenedStream opened(options.path);
+    needSeekable(opened);
     // Binary stepping gathers its bytes in a working frame, which the first decoded frame makes.
     if (!nextFrame(opened)) throw ToolError(exitNoVideo, options.path + ": holds no picture that could be decoded");
     const CodedTable table = scanCodedTable(opened);
@@ -248,7 +249,7 @@ void cut(const CutOptions &options) {
 void addCutCommand(CLI::App &app) {
     auto options = std::make_shared<CutOptions>();
     CLI::App *command = app.add_subcommand("cut", "Copy a part of a file without coding it anew");
-    command->add_option("FILE", options->path, "MPEG-1 or MPEG-2 video elementary stream")->required()->type_name("");
+    addFileOption(command, options->path);
     command->add_option("--from", options->from, "First frame wanted (default: 1)")
         ->check(countFromOne())
         ->type_name("N");
@@ -263,7 +264,8 @@ void addCutCommand(CLI::App &app) {
         "earlier and end later than asked; what was really taken is printed.\n"
         "B pictures at the start of the first group that need the group before it are left out, and the group is\n"
         "marked as closed: every frame of the cut decodes as it did in the file.\n"
-        "The cut begins with the sequence header in force and ends with a sequence end code.");
+        "The cut begins with the sequence header in force and ends with a sequence end code. Out of a container comes\n"
+        "the video alone, as an elementary stream.");
     command->callback([options] { cut(*options); });
 }
 

@@ -194,7 +194,7 @@ void decode(const DecodeOptions &options) {
 void addDecodeCommand(CLI::App &app) {
     auto options = std::make_shared<DecodeOptions>();
     CLI::App *command = app.add_subcommand("decode", "Decode a file to Y4M pictures, or to digests of them");
-    command->add_option("FILE", options->path, "MPEG-1 or MPEG-2 video elementary stream")->required()->type_name("");
+    addFileOption(command, options->path);
     command->add_option("-o,--output", options->output, "Y4M file to write; - writes to standard output")
         ->type_name("OUT.y4m");
     addDecodingOptions(command, options->settings);

@@ -145,7 +145,7 @@ void explain(const ExplainOptions &options) {
 void addExplainCommand(CLI::App &app) {
     auto options = std::make_shared<ExplainOptions>();
     CLI::App *command = app.add_subcommand("explain", "Tell what kinds of pictures and macroblocks a file is made of");
-    command->add_option("FILE", options->path, "MPEG-1 or MPEG-2 video elementary stream")->required()->type_name("");
+    addFileOption(command, options->path);
     command->add_option("--frames", options->frames, "Look at this many frames (default: all)")
         ->check(countFromOne())
         ->type_name("N");

@@ -58,7 +58,7 @@ void exportFrames(const ExportOptions &options) {
 void addExportCommand(CLI::App &app) {
     auto options = std::make_shared<ExportOptions>();
     CLI::App *command = app.add_subcommand("export", "Save frames as picture files");
-    command->add_option("FILE", options->path, "MPEG-1 or MPEG-2 video elementary stream")->required()->type_name("");
+    addFileOption(command, options->path);
     CLI::Option *frame = command->add_option("--frame", options->frame, "The frame, counted from 1 in display order")
                              ->check(countFromOne())
                              ->type_name("N");

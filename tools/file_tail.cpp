@@ -1,24 +1,39 @@
 // SPDX-License-Identifier: BSD-2-Clause
-// The end of a video file.
+// The end of a video stream.
 #include "file_tail.h"
 
-#include <algorithm>
-#include <fstream>
+#include <memory>
 
 namespace tvk::tool {
 
-Bytes lastSliceOfFile(const std::string &path) {
-    constexpr std::streamoff kFarthest = 4 << 20;
-    constexpr uint8_t kFirstSlice = 0x01, kLastSlice = 0xAF;
-    std::ifstream file(path, std::ios::binary | std::ios::ate);
-    const std::streamoff size = file ? static_cast<std::streamoff>(file.tellg()) : 0;
-    Bytes tail(static_cast<size_t>(std::min(size, kFarthest)));
-    file.seekg(size - static_cast<std::streamoff>(tail.size()));
-    if (!file.read(reinterpret_cast<char *>(tail.data()), static_cast<std::streamsize>(tail.size()))) return {};
-    constexpr uint8_t kPrefix[] = {0, 0, 1};
-    const auto code = std::find_end(tail.begin(), tail.end(), std::begin(kPrefix), std::end(kPrefix));
-    if (tail.end() - code < 4 || code[3] < kFirstSlice || code[3] > kLastSlice) return {};
-    return {code, tail.end()};
+namespace {
+
+bool isSlice(uint32_t code) {
+    return code >= 0x101 && code <= 0x1AF;
+}
+
+// The next unit, lent by the source. False at the end.
+bool readUnit(VideoSource *source, PictureUnit &unit, uint32_t &length) {
+    length = 0;
+    return source->readUnit(source, 0, &unit, &length) == 0 && length > 0;
+}
+
+}  // namespace
+
+Bytes lastSliceOf(OpenedStream &opened) {
+    constexpr double kLastPicture = 1.0;
+    VideoSource *source = opened.source;
+    if (source->seekRatePosition(source, 0, &kLastPicture) != 0) return {};
+    const auto unit = std::make_unique<PictureUnit>();
+    Bytes tail;
+    for (uint32_t length; readUnit(source, *unit, length);) {
+        tail.clear();
+        if (unit->entryCount == 0) continue;
+        const int32_t last = unit->entryCount - 1;
+        const uint8_t *slice = unit->buffer + unit->startOffsets[last];
+        if (isSlice(unit->startCodes[last])) tail.assign(slice, static_cast<const uint8_t *>(unit->buffer) + length);
+    }
+    return tail;
 }
 
 }  // namespace tvk::tool

@@ -15,6 +15,7 @@
 #include "indexing.h"
 #include "open.h"
 #include "output_file.h"
+#include "settings.h"
 #include "tool_error.h"
 
 namespace tvk::tool {
@@ -53,6 +54,9 @@ bool goesOn(OpenedStream &opened, const VideoStreamInfo &info) {
 
 IndexSummary makeIndex(const IndexOptions &options) {
     OpenedStream opened(options.path);
+    if (isStandardInput(options.path) && options.output.empty()) {
+        throw ToolError(exitUsage, "standard input has no name to call the index after; use -o");
+    }
     IndexSummary summary{};
     summary.output = options.output.empty() ? indexPathOf(options.path) : options.output;
     refuseSameFile(summary.output, options.path);
@@ -98,7 +102,7 @@ void printJson(const IndexOptions &options, const IndexSummary &summary) {
 void addIndexCommand(CLI::App &app) {
     auto options = std::make_shared<IndexOptions>();
     CLI::App *command = app.add_subcommand("index", "Write the table that makes frames quick to reach");
-    command->add_option("FILE", options->path, "MPEG-1 or MPEG-2 video elementary stream")->required()->type_name("");
+    addFileOption(command, options->path);
     command->add_option("-o,--output", options->output, "Index file to write (default: FILE.vidx)")->type_name("FILE");
     command->add_flag("--json", options->json, "Print JSON in place of text");
     command->footer("The other commands use FILE.vidx when it lies beside FILE and belongs to it.");

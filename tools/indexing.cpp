@@ -39,6 +39,7 @@ std::string indexPathOf(const std::string &videoPath) {
 }
 
 void scanIndex(OpenedStream &opened, IndexKind kind, const Listening::Hear &hear) {
+    needSeekable(opened);
     ScanProgress progress(opened.source);
     const Listening listening(opened.stream, [&](const CallbackEvent &event) {
         progress.hear(event);
@@ -54,7 +55,8 @@ void scanIndex(OpenedStream &opened, IndexKind kind, const Listening::Hear &hear
 }
 
 void needIndex(OpenedStream &opened) {
-    if (tvkReadVideoIndexTable(opened.stream, indexPathOf(opened.path).c_str()) == 0) return;
+    const bool hasName = !isStandardInput(opened.path);
+    if (hasName && tvkReadVideoIndexTable(opened.stream, indexPathOf(opened.path).c_str()) == 0) return;
     scanIndex(opened, IndexKind::plain, nullptr);
 }
 

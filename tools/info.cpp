@@ -11,6 +11,7 @@
 #include "commands.h"
 #include "facts.h"
 #include "open.h"
+#include "settings.h"
 #include "tool_error.h"
 
 namespace tvk::tool {
@@ -27,11 +28,13 @@ struct InfoOptions {
 };
 
 struct Summary {
+    SourceInfo source;
     StreamFacts facts;
     VideoStreamInfo info;
     Ratio rate, aspect;
     double seconds;
     bool counted;  // frameCount is no estimate
+    bool timed;    // seconds are those of the container
 };
 
 // Rates that say nothing: none at all, and the code of all ones, MPEG-1's mark of a variable rate, which encoders write
@@ -40,9 +43,16 @@ bool bitRateTells(const Summary &summary) {
     return summary.info.bitRate != 0 && summary.info.bitRate != 0x3FFFF * 400u;
 }
 
+// A container's size says little about its video, and a pipe has none.
+bool isBare(const Summary &summary) {
+    return summary.source.size != 0 && summary.source.seconds <= 0.0 && summary.source.firstTime < 0.0;
+}
+
 Summary summarise(const InfoOptions &options) {
     OpenedStream opened(options.path);
     Summary summary{};
+    summary.source = sourceInfo(opened);
+    if (options.count) needSeekable(opened);
     if (!nextFrameWithFacts(opened, summary.facts)) {
         throw ToolError(exitNoVideo, options.path + ": holds no picture that could be decoded");
     }
@@ -58,10 +68,20 @@ Summary summarise(const InfoOptions &options) {
     summary.rate = frameRate(summary.facts);
     summary.aspect = sampleAspect(summary.facts, summary.info.width, summary.info.height);
     if (seenAll) summary.info.frameCount = seen;
-    if (!summary.counted && !bitRateTells(summary)) summary.info.frameCount = 0;
-    summary.seconds =
-        summary.info.frameCount * periodsPerFrame(summary.facts) * summary.rate.denominator / summary.rate.numerator;
+    const double secondsPerFrame = periodsPerFrame(summary.facts) * summary.rate.denominator / summary.rate.numerator;
+    summary.timed = !summary.counted && summary.source.seconds > 0.0;
+    if (summary.timed) {
+        summary.info.frameCount = static_cast<uint32_t>(summary.source.seconds / secondsPerFrame + 0.5);
+    } else if (!summary.counted && (!bitRateTells(summary) || !isBare(summary))) {
+        summary.info.frameCount = 0;
+    }
+    summary.seconds = summary.timed ? summary.source.seconds : summary.info.frameCount * secondsPerFrame;
     return summary;
+}
+
+std::string otherStreams(const Summary &summary) {
+    const int32_t count = summary.source.videoStreams;
+    return count < 2 ? "" : ", the widest of " + std::to_string(count) + " video streams";
 }
 
 void printText(const InfoOptions &options, const Summary &summary) {
@@ -69,6 +89,7 @@ void printText(const InfoOptions &options, const Summary &summary) {
     const double fps = static_cast<double>(summary.rate.numerator) / summary.rate.denominator;
     const std::string profile = describeProfile(summary.facts);
     std::printf("File         %s\n", options.path.c_str());
+    std::printf("Container    %s%s\n", summary.source.container, otherStreams(summary).c_str());
     std::printf("Video        MPEG-%u%s%s\n", info.streamType, profile.empty() ? "" : ", ", profile.c_str());
     std::printf("Size         %u x %u, %s\n", info.width, info.height,
                 chromaName(static_cast<int32_t>(info.chromaFormat)));
@@ -92,6 +113,8 @@ void printJson(const InfoOptions &options, const Summary &summary) {
     const VideoStreamInfo &info = summary.info;
     nlohmann::ordered_json out;
     out["file"] = options.path;
+    out["container"] = summary.source.container;
+    out["videoStreams"] = summary.source.videoStreams;
     out["mpegVersion"] = info.streamType;
     out["profile"] = describeProfile(summary.facts);
     out["width"] = info.width;
@@ -104,6 +127,8 @@ void printJson(const InfoOptions &options, const Summary &summary) {
     out["frames"] = info.frameCount ? nlohmann::ordered_json(info.frameCount) : nullptr;
     out["seconds"] = info.frameCount ? nlohmann::ordered_json(summary.seconds) : nullptr;
     out["counted"] = summary.counted;
+    const double firstTime = summary.source.firstTime;
+    out["firstTime"] = firstTime >= 0.0 ? nlohmann::ordered_json(firstTime) : nullptr;
     // A file name need not be UTF-8; JSON text has to be.
     std::printf("%s\n", out.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
 }
@@ -113,7 +138,7 @@ void printJson(const InfoOptions &options, const Summary &summary) {
 void addInfoCommand(CLI::App &app) {
     auto options = std::make_shared<InfoOptions>();
     CLI::App *command = app.add_subcommand("info", "Show what a file holds: size, rates, scan, duration");
-    command->add_option("FILE", options->path, "MPEG-1 or MPEG-2 video elementary stream")->required()->type_name("");
+    addFileOption(command, options->path);
     command->add_flag("--json", options->json, "Print JSON in place of text");
     command->add_flag("--count", options->count, "Read the whole file and count its frames, rather than estimate");
     command->callback([options] {

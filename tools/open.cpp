@@ -2,8 +2,9 @@
 // Opening a file, stepping through it, and words for what goes wrong.
 #include "open.h"
 
+#include <unistd.h>
+
 #include "tool_error.h"
-#include "tvk_source.h"
 
 namespace tvk::tool {
 
@@ -41,8 +42,24 @@ std::string describeError(int32_t code) {
     return "error " + std::to_string(code);
 }
 
+bool isStandardInput(const std::string &path) {
+    return path == "-";
+}
+
+SourceInfo sourceInfo(const OpenedStream &opened) {
+    SourceInfo info{};
+    tvkGetSourceInfo(opened.source, &info);
+    return info;
+}
+
+void needSeekable(const OpenedStream &opened) {
+    if (sourceInfo(opened).seekable) return;
+    throw ToolError(exitUsage, opened.path + ": this needs a file to go about in; a pipe is read once from its start");
+}
+
 OpenedStream::OpenedStream(const std::string &filePath) : path(filePath) {
-    int32_t result = tvkOpenFileSource(&source, path.c_str());
+    int32_t result = isStandardInput(path) ? tvkOpenDescriptorSource(&source, STDIN_FILENO, 0)
+                                           : tvkOpenFileSource(&source, path.c_str());
     if (result != 0) throw ToolError(exitNoVideo, path + ": " + describeError(result));
     result = tvkCreateVideoStream(&stream, source);
     if (result == 0) return;

@@ -6,11 +6,12 @@
 #include <string>
 
 #include "tvk.h"
+#include "tvk_source.h"
 
 namespace tvk::tool {
 
 struct OpenedStream {
-    explicit OpenedStream(const std::string &path);  // throws ToolError
+    explicit OpenedStream(const std::string &path);  // - is standard input. Throws ToolError
     ~OpenedStream();
     OpenedStream(const OpenedStream &) = delete;
     OpenedStream &operator=(const OpenedStream &) = delete;
@@ -19,6 +20,13 @@ struct OpenedStream {
     VideoSource *source = nullptr;
     VideoStream *stream = nullptr;
 };
+
+bool isStandardInput(const std::string &path);
+
+// What the source tells of the file.
+SourceInfo sourceInfo(const OpenedStream &opened);
+// Throws ToolError when the file is a pipe: what the command does needs one that it can go about in.
+void needSeekable(const OpenedStream &opened);
 
 // A sentence for a code of the library or of the file source.
 std::string describeError(int32_t code);

@@ -35,6 +35,12 @@ CLI::Validator countFromOne() {
     return quiet(CLI::Range(1, std::numeric_limits<int32_t>::max()));
 }
 
+void addFileOption(CLI::App *command, std::string &path) {
+    command->add_option("FILE", path, "MPEG-1 or MPEG-2 video, bare or in a container; - reads standard input")
+        ->required()
+        ->type_name("");
+}
+
 void addDecodingOptions(CLI::App *command, DecodingSettings &settings) {
     command
         ->add_option("--precision", settings.precision,

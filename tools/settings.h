@@ -17,6 +17,8 @@ struct DecodingSettings {
     int32_t reduce = 1;
 };
 
+// The file that a command is about; - for standard input.
+void addFileOption(CLI::App *command, std::string &path);
 void addDecodingOptions(CLI::App *command, DecodingSettings &settings);
 // Options that no stream could meet throw ToolError, ahead of opening anything.
 void checkSettings(const DecodingSettings &settings);

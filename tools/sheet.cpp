@@ -129,7 +129,7 @@ void makeSheet(const SheetOptions &options) {
 void addSheetCommand(CLI::App &app) {
     auto options = std::make_shared<SheetOptions>();
     CLI::App *command = app.add_subcommand("sheet", "Make one picture of frames from all over the file");
-    command->add_option("FILE", options->path, "MPEG-1 or MPEG-2 video elementary stream")->required()->type_name("");
+    addFileOption(command, options->path);
     command->add_option("-o,--output", options->output, "Picture to write")->required()->type_name("SHEET.png|jpg|bmp");
     command->add_option("--columns", options->columns, "Frames side by side (default: 4)")
         ->check(quiet(CLI::Range(1, kMostCells)))
