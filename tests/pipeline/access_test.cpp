@@ -62,6 +62,44 @@ TEST(FrameNumber, ofABFrameDecodesThatOneBPicture) {
     EXPECT_EQ(shadeOf(player.current()), 12);
 }
 
+// The anchors from the entry to the one behind the target, or the target itself, and a B target: no other picture.
+TEST(FrameNumber, decodesTheAnchorsAndTheTargetAlone) {
+    struct Jump {
+        int32_t number;
+        int anchors, b;
+    };
+    // Shown as I1 B2 B3 P4 B5 B6 P7 B8 B9 I10 B11 B12 P13; coded I P B B P B B I B B P B B.
+    Player player("SGIPBBPBBGIBBPBBE");
+    ASSERT_EQ(tvkCreateVideoIndexTable(player.stream), 0);
+    player.step();
+    constexpr Jump kJumps[] = {{1, 2, 0}, {2, 2, 1}, {3, 2, 1},  {4, 3, 0},  {5, 3, 1},  {7, 4, 0},
+                               {8, 4, 1}, {9, 4, 1}, {10, 2, 0}, {11, 2, 1}, {12, 2, 1}, {13, 2, 0}};
+    for (const auto &[number, anchors, b] : kJumps) {
+        static int decoded[2];
+        static bool atHeader, isB;
+        decoded[0] = decoded[1] = 0;
+        atHeader = false;
+        tvkSetVideoUserCallback(
+            player.stream,
+            [](CallbackEvent *event) {
+                if (event->eventCode == 7) {
+                    atHeader = true;
+                    isB = event->pictureHeader->pictureCodingType == tvk::pictureB;
+                }
+                if (event->eventCode == 10 && atHeader) {
+                    atHeader = false;
+                    ++decoded[isB];
+                }
+                return 0;
+            },
+            0);
+        ASSERT_EQ(tvkSetVideoFrameNumber(player.stream, number), 0);
+        EXPECT_EQ(player.current()->frameNumber, number);
+        EXPECT_EQ(decoded[0], anchors) << number;
+        EXPECT_EQ(decoded[1], b) << number;
+    }
+}
+
 TEST(FrameNumber, ofLeadingBPicturesGoesToTheStart) {
     Player player("SGBBIPBBE");
     ASSERT_EQ(tvkCreateVideoIndexTable(player.stream), 0);

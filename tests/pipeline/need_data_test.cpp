@@ -103,6 +103,45 @@ TEST(NeedData, inTheStreamOrderLoopComesBackFromTheUnitFetchOnly) {
     EXPECT_EQ(waits, 5);  // the first sequence header and four units
 }
 
+// Each loop that hands the code on, with one dry read at each read of the stream.
+TEST(NeedData, atAnySingleReadOfAnyLoopLosesNoPicture) {
+    static int32_t list[] = {1, 3, 5, 6, 10, 11};
+    struct Way {
+        const char *name, *frames;
+        Player::Get get;
+        int32_t workMode;
+        bool indexed;
+    };
+    constexpr Way kWays[] = {
+        {"forward", kFrames, tvkGetNextVideoFrame, 0, false},
+        {"forward, indexed", kFrames, tvkGetNextVideoFrame, 0, true},
+        {"stream order", "I1/1 P2/2 B2/3 B3/4 P5/5 B5/6 B6/7 I8/8 B8/9 B9/10 P11/11", tvkGetNextVideoFrameStreamOrder,
+         0, false},
+        {"adjustable speed", kFrames, tvkGetNextVideoFrame, 1, false},
+        {"frame list", "I1/1 B3/4 B5/6 B6/7 I10/8 P11/11", tvkGetNextVideoFrame, 2, false},
+        {"frame list, indexed", "I1/1 B3/4 B5/6 B6/7 I10/8 P11/11", tvkGetNextVideoFrame, 2, true},
+    };
+    for (const Way &way : kWays) {
+        SCOPED_TRACE(way.name);
+        int dry = 0;
+        for (size_t read = 0; read < 40; ++read) {
+            Player player(kLetters);
+            if (way.indexed) {
+                ASSERT_EQ(tvkCreateVideoIndexTable(player.stream), 0);
+            }
+            ASSERT_EQ(tvkSetVideoSP_FrameList(player.stream, list, 6), 0);
+            ASSERT_EQ(tvkSetVideoWorkMode(player.stream, way.workMode), 0);
+            player.source.readPlan.assign(player.source.reads + read, ReadPlan::ordinary);
+            player.source.readPlan.push_back(ReadPlan::needData);
+            int waits = 0;
+            EXPECT_EQ(playPatiently(player, way.get, &waits), way.frames) << "read " << read;
+            EXPECT_LE(waits, 1) << "read " << read;
+            dry += waits;
+        }
+        EXPECT_GE(dry, 11);
+    }
+}
+
 TEST(NeedData, inTheEditLoopLosesNothing) {
     Player player(kLetters);
     for (int i = 0; i < 40; ++i) {

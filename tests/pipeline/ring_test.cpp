@@ -250,6 +250,44 @@ TEST(StepBack, withoutAnIndexDrainsWhatIsBehind) {
     EXPECT_EQ(player.result, tvkErrEndOfStream);
 }
 
+// The step back that finds nothing ahead of the first frame leaves a ring that only drains, forwards too, until a seek.
+TEST(StepBack, toTheFirstFrameLeavesARingThatDrainsForwards) {
+    RingPlayer player(2, 3);
+    ASSERT_EQ(tvkCreateVideoIndexTable(player.stream), 0);
+    for (int32_t number = 1; number <= 6; ++number) EXPECT_EQ(player.next(), number);
+    for (int32_t number = 5; number >= 1; --number) EXPECT_EQ(player.prev(), number);
+    EXPECT_EQ(player.stream->ring.ringState, 5);
+    EXPECT_EQ(player.prev(), 0);
+    EXPECT_EQ(player.result, tvkErrNoPreviousFrame);
+    EXPECT_EQ(player.next(), 2);
+    EXPECT_EQ(player.next(), 3);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(player.next(), 0);
+        EXPECT_EQ(player.result, tvkErrEndOfStream);
+    }
+    ASSERT_EQ(tvkSetVideoFrameNumber(player.stream, 1), 0);
+    EXPECT_EQ(player.next(), 2);
+    EXPECT_EQ(player.at(2), 4);
+}
+
+// Back over what the ring holds, without an index to fetch more: no slice is read.
+TEST(StepBack, overTheRingDecodesNothing) {
+    RingPlayer player(1, 6, "SGIPBBPBBPBBE");
+    for (int32_t number = 1; number <= 8; ++number) EXPECT_EQ(player.next(), number);
+    const uint32_t slices = player.stream->counters.slices;
+    for (int32_t number = 7; number >= 2; --number) EXPECT_EQ(player.prev(), number);
+    EXPECT_EQ(player.stream->counters.slices, slices);
+    EXPECT_GT(slices, 0u);
+}
+
+TEST(Ring, isLookedIntoWithoutDecoding) {
+    RingPlayer player(3, 3);
+    for (int i = 0; i < 6; ++i) player.next();
+    const uint32_t slices = player.stream->counters.slices;
+    for (int32_t index = 3; index >= -3; --index) EXPECT_EQ(player.at(index), 6 + index);
+    EXPECT_EQ(player.stream->counters.slices, slices);
+}
+
 TEST(StepBack, fillsAnEmptyRingBackward) {
     RingPlayer player(2, 3);
     ASSERT_EQ(tvkCreateVideoIndexTable(player.stream), 0);
