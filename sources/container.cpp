@@ -19,6 +19,7 @@ void takeTime(Container &container, const ContainerPacket &packet, MappedPacket 
     const double time = mapped.isDecodingTime ? packet.decodingTime : packet.presentationTime;
     mapped.hasTime = !std::isnan(time);
     mapped.isReordered = packet.decodingTime < packet.presentationTime;
+    mapped.isDirect = packet.decodingTime >= packet.presentationTime;
     if (!mapped.hasTime) return;
     if (container.firstTime < 0.0) container.firstTime = std::max(time, 0.0);
     mapped.time = stampsWrap(*container.demuxer) ? unwrapped(time, container.firstTime) : time;

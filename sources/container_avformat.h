@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-2-Clause
-// The state of a container that libavformat takes apart.
+// The state of a container that libavformat takes apart, and the steps that its files share.
 #pragma once
 
 #include "sources/container_demuxer.h"
@@ -38,5 +38,30 @@ struct Demuxer {
     bool waiting;  // a growing file ended; its size then
     uint64_t sizeAtEnd;
 };
+
+inline AVStream *streamOf(const Demuxer &demuxer) {
+    return demuxer.context->streams[demuxer.streams[demuxer.chosen]];
+}
+
+// Program and transport streams have no list at their front that could be relied on.
+bool listsItsStreams(ContentKind kind);
+// Of these a packet can be asked for by its byte.
+bool seeksByByte(const Demuxer &demuxer);
+
+// Opens libavformat's part of the demuxer; reopen does so again, for the same stream.
+int32_t openContext(Demuxer &demuxer);
+void closeContext(Demuxer &demuxer);
+bool reopen(Demuxer &demuxer);
+// The streams that are not wanted cost nothing then.
+void discardOthers(Demuxer &demuxer);
+
+// The next packet of any stream, in demuxer.packet. False at the end.
+bool readAny(Demuxer &demuxer);
+// The next packet of the chosen stream that holds anything.
+bool readChosen(Demuxer &demuxer);
+// Puts the packet behind those that wait to be read again.
+bool queuePacket(Demuxer &demuxer);
+// Forgets what has been read ahead, since reading goes on elsewhere.
+void dropState(Demuxer &demuxer);
 
 }  // namespace tvk::elementary

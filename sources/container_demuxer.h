@@ -40,12 +40,13 @@ void chooseTrack(Demuxer &demuxer, int number);
 // The next packet of the chosen stream, never an empty one. False at the end, in a growing file at what is there.
 bool nextPacket(Demuxer &demuxer, ContainerPacket &packet);
 
-// Makes the next packet the first of the stream, or the one at exactly `position`, or one that has the byte `offset` of
-// its payload where pieces of a payload can be reached. False when there is none such.
+// Makes the next packet the first of the stream, or the first one at exactly `position`. False when there is none such.
 bool seekFirstPacket(Demuxer &demuxer);
-bool seekPacket(Demuxer &demuxer, uint64_t position, uint64_t offset);
+bool seekPacket(Demuxer &demuxer, uint64_t position);
 // Makes it one near a byte of the file, best the first behind it.
 bool seekNear(Demuxer &demuxer, uint64_t byte);
+// Makes it one at or ahead of a time of the file's clock, by the container's own table. False without one.
+bool seekAhead(Demuxer &demuxer, double time);
 
 // Headers of the stream that the container keeps apart from its packets; null for none.
 const uint8_t *headOfTrack(const Demuxer &demuxer, size_t &size);

@@ -29,10 +29,13 @@ bool nextPacket(Demuxer &, ContainerPacket &) {
 bool seekFirstPacket(Demuxer &) {
     return false;
 }
-bool seekPacket(Demuxer &, uint64_t, uint64_t) {
+bool seekPacket(Demuxer &, uint64_t) {
     return false;
 }
 bool seekNear(Demuxer &, uint64_t) {
+    return false;
+}
+bool seekAhead(Demuxer &, double) {
     return false;
 }
 const uint8_t *headOfTrack(const Demuxer &, size_t &size) {

@@ -85,7 +85,7 @@ bool goTo(ElementarySource &source, const BytePlace &place) {
         if (!seekFirstPacket(*container.demuxer)) return false;
         forget(source, true);
     } else {
-        if (!seekPacket(*container.demuxer, place.packet, place.offset)) return false;
+        if (!seekPacket(*container.demuxer, place.packet)) return false;
         forget(source, false);
     }
     return takeUpPlace(source, place);
@@ -145,18 +145,47 @@ int32_t seekNearEntry(ElementarySource &source, uint64_t target) {
     return entry.found ? tvkSourceErrBadPosition : tvkSourceErrRead;
 }
 
+// The presentation time of a packet, or for want of one the time of decoding; NaN without either.
+double timeOf(const ElementarySource &source, const ContainerPacket &packet) {
+    const double time = std::isnan(packet.presentationTime) ? packet.decodingTime : packet.presentationTime;
+    return stampsWrap(*source.container->demuxer) ? unwrapped(time, source.container->firstTime) : time;
+}
+
 // The time that the first packet near a byte tells; NaN when none does.
 double timeNear(ElementarySource &source, uint64_t byte) {
     constexpr int kMostPackets = 512;
     Demuxer &demuxer = *source.container->demuxer;
     if (!seekNear(demuxer, byte)) return NAN;
     ContainerPacket packet;
-    for (int i = 0; i < kMostPackets && nextPacket(demuxer, packet); ++i) {
-        const double time = std::isnan(packet.presentationTime) ? packet.decodingTime : packet.presentationTime;
-        if (std::isnan(time)) continue;
-        return stampsWrap(demuxer) ? unwrapped(time, source.container->firstTime) : time;
+    double time = NAN;
+    for (int i = 0; i < kMostPackets && std::isnan(time) && nextPacket(demuxer, packet); ++i) {
+        time = timeOf(source, packet);
     }
-    return NAN;
+    return time;
+}
+
+// Goes to a packet ahead of the time, by the file's table or by halving.
+bool seekAheadOf(ElementarySource &source, double wanted) {
+    constexpr uint64_t kCloseEnough = 0x4000;
+    Demuxer &demuxer = *source.container->demuxer;
+    if (seekAhead(demuxer, wanted)) return true;
+    uint64_t low = 0, high = source.raw.size;
+    while (high - low > kCloseEnough) {
+        const uint64_t middle = low + (high - low) / 2;
+        const double time = timeNear(source, middle);
+        (time <= wanted ? low : high) = middle;  // no time at all: behind the last packet
+    }
+    return seekNear(demuxer, low);
+}
+
+// The byte of the first packet from there on that is not ahead of the time; the file's size when there is none.
+uint64_t byteOfTime(ElementarySource &source, double wanted) {
+    if (!seekAheadOf(source, wanted)) return source.raw.size;
+    ContainerPacket packet;
+    while (nextPacket(*source.container->demuxer, packet)) {
+        if (timeOf(source, packet) >= wanted) return packet.position;
+    }
+    return source.raw.size;
 }
 
 // Seconds from the first time to one frame behind the last; of a demuxer of its own, so that reading goes on
@@ -224,21 +253,14 @@ int32_t seekContainerRate(ElementarySource &source, double rate) {
 }
 
 int32_t seekContainerTime(ElementarySource &source, double seconds) {
-    constexpr uint64_t kCloseEnough = 0x4000;
     if (seconds <= 0.0) return takeUpContainer(source);
     if (source.raw.sequential) return tvkSourceErrNoSeek;
     Container &container = *source.container;
     if (container.firstTime < 0.0) return tvkSourceErrNoTime;
-    const double wanted = container.firstTime + seconds;
     const BytePlace before = currentPlace(source);
-    uint64_t low = 0, high = source.raw.size;
-    while (high - low > kCloseEnough) {
-        const uint64_t middle = low + (high - low) / 2;
-        const double time = timeNear(source, middle);
-        (time <= wanted ? low : high) = middle;  // no time at all: behind the last packet
-    }
+    const uint64_t byte = byteOfTime(source, container.firstTime + seconds);
     forget(source, false);
-    if (seekNearEntry(source, low) == 0) return 0;
+    if (seekNearEntry(source, byte) == 0) return 0;
     goTo(source, before);
     return tvkSourceErrRead;
 }

@@ -49,6 +49,7 @@ void readSequenceHeader(StampState &state, const uint8_t *at, size_t size) {
     const double rate = frameRateOfCode(at[3] & 15u);
     if (rate > 0.0) state.framePeriod = 1.0 / rate;
     state.progressiveSequence = true;  // MPEG-1, until an extension says otherwise
+    state.lowDelay = false;
     state.fieldPending = false;
 }
 
@@ -56,6 +57,7 @@ void readSequenceExtension(StampState &state, const uint8_t *at, size_t size) {
     constexpr uint32_t kSequence = 1;
     if (size < 6 || at[0] >> 4 != kSequence) return;
     state.progressiveSequence = (at[1] & 8) != 0;
+    state.lowDelay = (at[5] & 0x80) != 0;
     const uint32_t n = at[5] >> 5 & 3u, d = at[5] & 31u;
     state.framePeriod *= (d + 1.0) / (n + 1.0);
 }
@@ -142,6 +144,7 @@ void meetCode(StampState &state, const PacketMap &map, uint32_t code, uint64_t p
         state.toldTime = packet->time;
         state.isDecodingTime = packet->isDecodingTime;
         state.isReordered = packet->isReordered;
+        state.isDirect = packet->isDirect;
         if (!state.doubtful) state.usedPacket = packet->start;
         return;
     }
@@ -157,20 +160,20 @@ double timeAnchor(StampState &state, ByteWindow &window, uint64_t start, uint64_
         state.nextTime = state.anchorTime + state.anchorPeriods * state.framePeriod;
         state.running = true;
     }
-    const bool counts = !state.told || state.doubtful || !state.isReordered;
+    const bool counts = !state.told || state.doubtful || state.isDecodingTime || state.isDirect;
     const double following = counts ? periodsOfFollowingB(state, window, start, behind) : 0.0;
     if (state.told && state.running) {
         const double off = std::abs(state.toldTime - anchorByClock(state, following));
         if (state.doubtful) state.told = off < state.framePeriod / 2;
         // A frame that others are shown ahead of cannot be shown when it is decoded. Some multiplexers give a packet
         // the time of the picture that ends in it; where the clock is far off it has jumped.
-        const bool misplaced = !state.isReordered && !state.isDecodingTime && following > 0.0;
+        const bool misplaced = state.isDirect && following > 0.0;
         if (misplaced && off < kNearSeconds) state.told = false;
     }
     if (!state.told && !state.running) return kNoTime;
     double time = state.told ? state.toldTime : anchorByClock(state, following);
-    // Decoded one period ahead for each frame that is shown first.
-    if (state.told && state.isDecodingTime) time += following * state.framePeriod;
+    // Decoded ahead of the frames that are shown first, and of the one period by which all are shown late.
+    if (state.told && state.isDecodingTime) time += (following + (state.lowDelay ? 0.0 : 1.0)) * state.framePeriod;
     state.hasAnchor = true;
     state.anchorTime = time;
     state.anchorPeriods = periods;
@@ -183,7 +186,6 @@ double timeB(StampState &state, double periods) {
         state.usedPacket = state.toldBy;
         state.told = false;
     }
-    if (state.told && state.isDecodingTime) state.toldTime -= state.framePeriod;
     if (state.told && state.doubtful && state.running) {
         state.told = std::abs(state.toldTime - state.nextTime) < state.framePeriod / 2;
     }
@@ -233,6 +235,7 @@ void restartStamps(StampState &state) {
     state.usedPacket = kNoPacket;
     state.framePeriod = kept.framePeriod;
     state.progressiveSequence = kept.progressiveSequence;
+    state.lowDelay = kept.lowDelay;
     state.wrapReference = kept.wrapReference;
 }
 

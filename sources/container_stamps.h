@@ -23,7 +23,7 @@ struct StampState {
     bool told, doubtful;  // its packet tells a time; perhaps one that belongs to the next picture
     uint64_t toldBy;
     double toldTime;
-    bool isDecodingTime, isReordered;
+    bool isDecodingTime, isReordered, isDirect;
 
     // The clock in display order.
     bool running;     // nextTime is known
@@ -34,6 +34,7 @@ struct StampState {
 
     double framePeriod;  // seconds; 0.0 before the first sequence header
     bool progressiveSequence;
+    bool lowDelay;         // no B pictures: every picture is shown when it is decoded
     double wrapReference;  // first time of the file, for clocks that wrap; negative when they do not, or before it
 };
 

@@ -15,7 +15,7 @@ struct MappedPacket {
     BytePlace place;  // in the file, of its first byte
     double time;      // presentation time in seconds as the packet tells it
     bool hasTime, isDecodingTime;
-    bool isReordered;  // decoded ahead of being shown
+    bool isReordered, isDirect;  // it tells that the picture is decoded ahead of being shown, or when it is shown
 };
 
 // By rising position, without a gap.

@@ -80,6 +80,8 @@ struct Unit {
     Bytes bytes;
     std::vector<uint32_t> codes, offsets;
     int32_t firstSlice = 0, lastSlice = 0, sliceCount = 0;
+    double time = -1.0;
+    bool noData = false;  // nothing yet, in a growing file
 };
 
 // A source with a caller behind it that keeps to the protocol of the decoder.
@@ -88,6 +90,7 @@ struct Source {
     std::unique_ptr<PictureUnit> unit = std::make_unique<PictureUnit>();
     Bytes buffer;
     bool owns = false;
+    bool stamped = false;  // its units may carry times
 
     static Source ofFile(const std::string &path, uint32_t flags = tvkSourceFillsBuffer) {
         Source source;
@@ -106,7 +109,8 @@ struct Source {
         : table(std::exchange(other.table, nullptr)),
           unit(std::move(other.unit)),
           buffer(std::move(other.buffer)),
-          owns(other.owns) {}
+          owns(other.owns),
+          stamped(other.stamped) {}
     ~Source() {
         if (table != nullptr) tvkCloseSource(table);
     }
@@ -135,8 +139,12 @@ struct Source {
             total += count;
             unit->resumeOffset = 0;
         }
-        if (total == 0) return result;
-        EXPECT_EQ(unit->timeStamp, -1.0);
+        result.noData = total == 0xFFFFFFFF;
+        if (total == 0 || result.noData) return result;
+        if (!stamped) {
+            EXPECT_EQ(unit->timeStamp, -1.0);
+        }
+        result.time = unit->timeStamp;
         result.start = absolute(0);
         result.bytes.assign(unit->buffer, unit->buffer + total);
         result.codes.assign(unit->startCodes, unit->startCodes + unit->entryCount);
