@@ -55,7 +55,9 @@ size_t countStartCodes(const uint8_t *p, const uint8_t *end) {
         return _mm_and_si128(_mm_cmpeq_epi8(_mm_or_si128(load(0), load(1)), zero), _mm_cmpeq_epi8(load(2), one));
     };
     const auto number = [](__m128i places) {
-        return static_cast<size_t>(__builtin_popcount(static_cast<unsigned>(_mm_movemask_epi8(places))));
+        size_t n = 0;
+        for (auto mask = static_cast<unsigned>(_mm_movemask_epi8(places)); mask != 0; mask &= mask - 1) ++n;
+        return n;
     };
     for (; end - p >= 66; p += 64) {
         const __m128i a = hits(p), b = hits(p + 16), c = hits(p + 32), d = hits(p + 48);
