@@ -108,6 +108,7 @@ void closeWindow(ByteWindow &window) {
 void emptyWindow(ByteWindow &window) {
     if (window.block == nullptr) return;
     window.bytes = window.block;
+    window.start = 0;
     window.length = 0;
 }
 

@@ -33,7 +33,7 @@ bool openRawWindow(ByteWindow &window, RawBytes &raw);
 bool openFilledWindow(ByteWindow &window, size_t (*fill)(ByteWindow &, uint64_t, uint8_t *, size_t), void *origin);
 void closeWindow(ByteWindow &window);
 
-// Forgets what it holds: what was read before is no longer what stands there.
+// Forgets what it holds: what was read before is no longer what stands there. The next fill may be at 0.
 void emptyWindow(ByteWindow &window);
 
 // Makes `wanted` bytes (at most kLargestUnit + 64) from `position` on stand in one piece at `bytes`. Returns how many

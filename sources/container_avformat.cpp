@@ -164,7 +164,13 @@ int widestTrack(const Demuxer &demuxer) {
 }
 
 int32_t prepare(Demuxer &demuxer) {
-    const int32_t failure = openContext(demuxer);
+    int32_t failure = openContext(demuxer);
+    if (failure == tvkSourceErrContainer && !demuxer.raw->sequential) {
+        // Tables at the end of the file that are cut off or damaged; its packets can be read without them.
+        closeContext(demuxer);
+        demuxer.inOrder = true;
+        failure = openContext(demuxer);
+    }
     if (failure != 0) return failure;
     if (listsItsStreams(demuxer.kind)) {
         listTracks(demuxer);
@@ -195,7 +201,7 @@ int32_t openContext(Demuxer &demuxer) {
     demuxer.ioPosition = 0;
     demuxer.io = block == nullptr ? nullptr
                                   : avio_alloc_context(block, kReadBlock, 0, &demuxer, readRaw, nullptr,
-                                                       demuxer.raw->sequential ? nullptr : seekRaw);
+                                                       demuxer.raw->sequential || demuxer.inOrder ? nullptr : seekRaw);
     if (demuxer.io == nullptr) {
         av_free(block);
         return tvkErrOutOfMemory;

@@ -23,7 +23,8 @@ struct Demuxer {
     AVFormatContext *context;
     AVIOContext *io;
     uint64_t ioPosition;
-    bool metEnd;  // a read found no more bytes
+    bool metEnd;   // a read found no more bytes
+    bool inOrder;  // libavformat is told that it cannot seek
     AVPacket *packet;
     bool held;   // the packet is still to be given
     bool fresh;  // nothing has been given yet; from then on firstPosition is known
