@@ -43,8 +43,9 @@ struct PortableLanes {
     static void storeHighHalf(int16_t *p, I16x8 a) { std::memcpy(p, a.v + 4, 8); }
     static void storeHighHalf(uint8_t *p, U8x16 a) { std::memcpy(p, a.v + 8, 8); }
     static void storeQuarter(uint8_t *p, U8x16 a) { std::memcpy(p, a.v, 4); }
-    // To an address that is a multiple of 16, past the caches where the machine can. Other threads may count on the
+    // To an address that is a multiple of 16; past the caches if kStreams. Other threads may count on the
     // bytes behind a call of finishStreams.
+    static constexpr bool kStreams = false;
     static void storeStream(uint8_t *p, U8x16 a) { std::memcpy(p, a.v, 16); }
     static void finishStreams() {}
 

@@ -49,6 +49,7 @@ struct Sse2Lanes {
         const int32_t x = _mm_cvtsi128_si32(a.v);
         std::memcpy(p, &x, 4);
     }
+    static constexpr bool kStreams = true;
     static void storeStream(uint8_t *p, U8x16 a) { _mm_stream_si128(at(p), a.v); }
     static void finishStreams() { _mm_sfence(); }
 

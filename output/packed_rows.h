@@ -19,7 +19,7 @@ struct PackedStep {
         return L::loadU(chroma + 16 * half);
     }
     template <class Stores, class Masks>
-    [[gnu::always_inline]] static void group(const Masks &masks, const RowSet &rows) {
+    TVK_ROW_INLINE static void group(const Masks &masks, const RowSet &rows) {
         for (int half = 0; half < 2; ++half) {
             const typename L::U8x16 luma = masks.luma.apply(L::loadU(rows.luma[0] + 16 * half));
             const typename L::U8x16 chroma = masks.chroma.apply(chromaHalf(rows.chroma, half));

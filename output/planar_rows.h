@@ -14,7 +14,7 @@ struct LumaStep {
     static constexpr int32_t kChromaBytes = 0, kTargetBytes = kGroupSamples, kOverrun = 0;
 
     template <class Stores, class Masks>
-    [[gnu::always_inline]] static void group(const Masks &masks, const RowSet &rows) {
+    TVK_ROW_INLINE static void group(const Masks &masks, const RowSet &rows) {
         for (int half = 0; half < 2; ++half)
             Stores::put(rows.target[0] + 16 * half, masks.luma.apply(L::loadU(rows.luma[0] + 16 * half)));
     }
@@ -33,7 +33,7 @@ struct SplitStep {
     static constexpr int32_t kTargetBytes = kQuarter ? kGroupSamples / 4 : kGroupSamples / 2, kOverrun = 0;
 
     template <class Stores, class Masks>
-    [[gnu::always_inline]] static void groupOfHalf(const Masks &masks, const RowSet &rows) {
+    TVK_ROW_INLINE static void groupOfHalf(const Masks &masks, const RowSet &rows) {
         U8x16 pairs[2];
         for (int half = 0; half < 2; ++half) {
             if constexpr (K.chromaFormat == 3) {
@@ -48,7 +48,7 @@ struct SplitStep {
     }
     // The first of every two or four pairs, without a filter.
     template <class Masks>
-    [[gnu::always_inline]] static void groupOfQuarter(const Masks &masks, const RowSet &rows) {
+    TVK_ROW_INLINE static void groupOfQuarter(const Masks &masks, const RowSet &rows) {
         I16x8 pairs = firstOfTwo<L>(loadPairs<L>(rows.chroma), loadPairs<L>(rows.chroma + 16));
         if constexpr (K.chromaFormat == 3) {
             const I16x8 more = firstOfTwo<L>(loadPairs<L>(rows.chroma + 32), loadPairs<L>(rows.chroma + 48));
@@ -59,7 +59,7 @@ struct SplitStep {
         L::storeHalf(rows.target[1], L::evenBytes(masked, masked));
     }
     template <class Stores, class Masks>
-    [[gnu::always_inline]] static void group(const Masks &masks, const RowSet &rows) {
+    TVK_ROW_INLINE static void group(const Masks &masks, const RowSet &rows) {
         if constexpr (kQuarter) {
             groupOfQuarter(masks, rows);
         } else {

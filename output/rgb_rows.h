@@ -9,7 +9,7 @@
 namespace tvk {
 
 // Factors of 4096, after ITU-R BT.601: samples come in times 256, mulHi takes 65536 off, so products carry four
-// fractional bits. Those of chroma then lose the lower two.
+// fractional bits.
 inline constexpr int32_t kLumaScale = 4769;     // 1.164
 inline constexpr int32_t kRedFromCr = 6537;     // 1.596
 inline constexpr int32_t kGreenFromCr = -3338;  // -0.815
@@ -18,23 +18,33 @@ inline constexpr int32_t kGreenFromCb = -1597;  // -0.390
 
 inline constexpr int32_t kHalfGroup = kGroupSamples / 2;
 
-// What a chroma pair adds to both its pixels, eight pairs a register: whole quarters, counted in sixteenths, within
-// -4132..4096. The third is the byte at the highest address: red, or blue when swapped.
+// A component is a sum of whole quarters, so all but one of its addends are rounded down to those; what the last has
+// below a quarter doesn't reach the integer. That is luma where two rows share the chroma, chroma where they don't.
+template <class L>
+TVK_ROW_INLINE inline typename L::I16x8 toQuarters(typename L::I16x8 sixteenths) {
+    return L::bitAnd(sixteenths, L::splat16(~3));
+}
+
+// What a chroma pair adds to both its pixels in sixteenths, eight pairs a register: within -4132..4096. The third is
+// the byte at the highest address: red, or blue when swapped.
 template <class L>
 struct ColourTerms {
     typename L::I16x8 first, green, third;
 };
 
-template <class L, bool swapRedBlue, class Masks>
-[[gnu::always_inline]] inline ColourTerms<L> colourTerms(const Masks &masks, typename L::U8x16 pairs) {
+template <class L, bool swapRedBlue, bool inQuarters, class Masks>
+TVK_ROW_INLINE inline ColourTerms<L> colourTerms(const Masks &masks, typename L::U8x16 pairs) {
     using V = typename L::I16x8;
     const V centred = L::asI16(masks.centred(pairs));
     const V cb = L::template shlWrap<8>(centred), cr = L::bitAnd(centred, L::splat16(0xFF00));
-    const auto term = [](V chroma, int32_t factor) {
-        return L::bitAnd(L::mulHi(chroma, L::splat16(factor)), L::splat16(~3));
-    };
-    const V red = term(cr, kRedFromCr), blue = term(cb, kBlueFromCb);
-    const V green = L::addWrap(term(cr, kGreenFromCr), term(cb, kGreenFromCb));
+    V red = L::mulHi(cr, L::splat16(kRedFromCr)), blue = L::mulHi(cb, L::splat16(kBlueFromCb));
+    V greenFromCr = L::mulHi(cr, L::splat16(kGreenFromCr)), greenFromCb = L::mulHi(cb, L::splat16(kGreenFromCb));
+    if constexpr (inQuarters) {
+        red = toQuarters<L>(red);
+        blue = toQuarters<L>(blue);
+        greenFromCr = toQuarters<L>(greenFromCr);
+    }
+    const V green = L::addWrap(greenFromCr, toQuarters<L>(greenFromCb));
     return swapRedBlue ? ColourTerms<L>{red, green, blue} : ColourTerms<L>{blue, green, red};
 }
 
@@ -74,15 +84,18 @@ struct RgbMasks {
     }
 };
 
-// Luma comes to 0..4452 in sixteenths, so sums can't leave 16 bits. Its own quarters need no rounding down before the
-// sum: beside whole quarters, what they are less than a quarter doesn't reach the integer.
-template <class L, class Masks>
-[[gnu::always_inline]] inline PixelColours<L> pixelColours(const Masks &masks, const uint8_t *luma,
-                                                           const ColourTerms<L> &terms) {
+// Luma comes to 0..4452 in sixteenths, so sums can't leave 16 bits.
+template <class L, bool inQuarters, class Masks>
+TVK_ROW_INLINE inline PixelColours<L> pixelColours(const Masks &masks, const uint8_t *luma,
+                                                   const ColourTerms<L> &terms) {
     using V = typename L::I16x8;
     const V y = L::asI16(masks.aboveBlack(L::loadU(luma)));
-    const V even = L::mulHiUnsigned(L::template shlWrap<8>(y), L::splat16(kLumaScale));
-    const V odd = L::mulHiUnsigned(L::bitAnd(y, L::splat16(0xFF00)), L::splat16(kLumaScale));
+    V even = L::mulHiUnsigned(L::template shlWrap<8>(y), L::splat16(kLumaScale));
+    V odd = L::mulHiUnsigned(L::bitAnd(y, L::splat16(0xFF00)), L::splat16(kLumaScale));
+    if constexpr (inQuarters) {
+        even = toQuarters<L>(even);
+        odd = toQuarters<L>(odd);
+    }
     const auto component = [&](V term) {
         return EvenOdd<L>{L::template shrArith<4>(L::addWrap(even, term)),
                           L::template shrArith<4>(L::addWrap(odd, term))};
@@ -92,7 +105,7 @@ template <class L, class Masks>
 
 // 5:5:5 or 5:6:5 words; bits of a component are moved within words only where nothing crosses bytes.
 template <class L, class Stores, bool sixBitGreen>
-[[gnu::always_inline]] inline void storeRgbWords(uint8_t *target, const PixelColours<L> &c) {
+TVK_ROW_INLINE inline void storeRgbWords(uint8_t *target, const PixelColours<L> &c) {
     using V = typename L::U8x16;
     const auto packed = [](const EvenOdd<L> &x) { return L::packU8Sat(x.even, x.odd); };
     const auto masked = [](V a, int32_t bits) { return L::asI16(L::bitAnd(a, L::splat8(bits))); };
@@ -114,26 +127,38 @@ template <class L, class Stores, bool sixBitGreen>
     Stores::put(target + 16, L::asU8(L::interleaveHigh16(even, odd)));
 }
 
+// Bytes of one component of both halves of a group, in the order of pixels.
+template <class L>
+struct Halves {
+    typename L::U8x16 half[2];
+};
+template <class L>
+TVK_ROW_INLINE inline Halves<L> inOrder(const EvenOdd<L> &left, const EvenOdd<L> &right) {
+    const typename L::U8x16 even = L::packU8Sat(left.even, right.even), odd = L::packU8Sat(left.odd, right.odd);
+    return {{L::interleaveLow8(even, odd), L::interleaveHigh8(even, odd)}};
+}
+
 template <class L, class Stores>
-[[gnu::always_inline]] inline void storeRgb32(uint8_t *target, const PixelColours<L> &c) {
+TVK_ROW_INLINE inline void storeRgb32(uint8_t *target, const PixelColours<L> &left, const PixelColours<L> &right) {
     using V = typename L::I16x8;
-    const typename L::U8x16 first = L::packU8Sat(c.first.even, c.first.odd);
-    const typename L::U8x16 green = L::packU8Sat(c.green.even, c.green.odd);
-    const typename L::U8x16 third = L::packU8Sat(c.third.even, c.third.odd), zero = L::zero8();
-    const V evenLow = L::asI16(L::interleaveLow8(first, green)), evenHigh = L::asI16(L::interleaveLow8(third, zero));
-    const V oddLow = L::asI16(L::interleaveHigh8(first, green)), oddHigh = L::asI16(L::interleaveHigh8(third, zero));
-    const V even[2] = {L::interleaveLow16(evenLow, evenHigh), L::interleaveHigh16(evenLow, evenHigh)};
-    const V odd[2] = {L::interleaveLow16(oddLow, oddHigh), L::interleaveHigh16(oddLow, oddHigh)};
+    const Halves<L> first = inOrder<L>(left.first, right.first), green = inOrder<L>(left.green, right.green);
+    const Halves<L> third = inOrder<L>(left.third, right.third);
     for (int i = 0; i < 2; ++i) {
-        Stores::put(target + 32 * i, L::asU8(L::interleaveLow32(even[i], odd[i])));
-        Stores::put(target + 32 * i + 16, L::asU8(L::interleaveHigh32(even[i], odd[i])));
+        const typename L::U8x16 a = first.half[i], b = green.half[i], c = third.half[i], zero = L::zero8();
+        const V lower[2] = {L::asI16(L::interleaveLow8(a, b)), L::asI16(L::interleaveHigh8(a, b))};
+        const V upper[2] = {L::asI16(L::interleaveLow8(c, zero)), L::asI16(L::interleaveHigh8(c, zero))};
+        for (int j = 0; j < 2; ++j) {
+            uint8_t *at = target + 64 * i + 32 * j;
+            Stores::put(at, L::asU8(L::interleaveLow16(lower[j], upper[j])));
+            Stores::put(at + 16, L::asU8(L::interleaveHigh16(lower[j], upper[j])));
+        }
     }
 }
 
 // A pair of pixels is three words: first green | third first' | green' third'. It makes a 64-bit lane with two idle
 // bytes on top, which the next store covers.
 template <class L>
-[[gnu::always_inline]] inline void storeRgb24(uint8_t *target, const PixelColours<L> &c) {
+TVK_ROW_INLINE inline void storeRgb24(uint8_t *target, const PixelColours<L> &c) {
     using V = typename L::I16x8;
     const typename L::U8x16 low = L::packU8Sat(c.first.even, c.third.even);
     const typename L::U8x16 high = L::packU8Sat(c.green.even, c.first.odd);
@@ -153,14 +178,17 @@ template <class L>
     }
 }
 
+// A group's two halves.
 template <class L, class Stores, TargetLayout layout>
-[[gnu::always_inline]] inline void storePixels(uint8_t *target, const PixelColours<L> &c) {
+TVK_ROW_INLINE inline void storePixels(uint8_t *target, const PixelColours<L> &left, const PixelColours<L> &right) {
     if constexpr (layout == TargetLayout::rgb24) {
-        storeRgb24<L>(target, c);
+        storeRgb24<L>(target, left);
+        storeRgb24<L>(target + 3 * kHalfGroup, right);
     } else if constexpr (layout == TargetLayout::rgb32) {
-        storeRgb32<L, Stores>(target, c);
+        storeRgb32<L, Stores>(target, left, right);
     } else {
-        storeRgbWords<L, Stores, layout == TargetLayout::rgb16>(target, c);
+        storeRgbWords<L, Stores, layout == TargetLayout::rgb16>(target, left);
+        storeRgbWords<L, Stores, layout == TargetLayout::rgb16>(target + 2 * kHalfGroup, right);
     }
 }
 
@@ -178,14 +206,14 @@ struct RgbStep {
         return L::loadU(chroma + 16 * half);
     }
     template <class Stores, class Masks>
-    [[gnu::always_inline]] static void group(const Masks &masks, const RowSet &rows) {
-        for (int half = 0; half < 2; ++half) {
-            const ColourTerms<L> terms = colourTerms<L, K.swapRedBlue>(masks, pairs(rows.chroma, half));
-            for (int i = 0; i < rowsAtOnce; ++i) {
-                const uint8_t *luma = rows.luma[i] + kHalfGroup * half;
-                storePixels<L, Stores, K.layout>(rows.target[i] + kHalfGroup * kPixelBytes * half,
-                                                 pixelColours<L>(masks, luma, terms));
-            }
+    TVK_ROW_INLINE static void group(const Masks &masks, const RowSet &rows) {
+        constexpr bool chromaInQuarters = rowsAtOnce > 1;
+        const ColourTerms<L> left = colourTerms<L, K.swapRedBlue, chromaInQuarters>(masks, pairs(rows.chroma, 0));
+        const ColourTerms<L> right = colourTerms<L, K.swapRedBlue, chromaInQuarters>(masks, pairs(rows.chroma, 1));
+        for (int i = 0; i < rowsAtOnce; ++i) {
+            const uint8_t *luma = rows.luma[i];
+            storePixels<L, Stores, K.layout>(rows.target[i], pixelColours<L, !chromaInQuarters>(masks, luma, left),
+                                             pixelColours<L, !chromaInQuarters>(masks, luma + kHalfGroup, right));
         }
     }
 };

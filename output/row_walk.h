@@ -9,6 +9,13 @@
 
 #include "output/conversion_job.h"
 
+// Kernels keep their arguments in registers. Under the sanitizers that would only make them huge.
+#if defined(__GNUC__) && defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#define TVK_ROW_INLINE [[gnu::always_inline]]
+#else
+#define TVK_ROW_INLINE
+#endif
+
 namespace tvk {
 
 inline constexpr int32_t kGroupSamples = 32;
@@ -44,16 +51,21 @@ inline bool isAligned(const uint8_t *plane, int32_t stride) {
     return stride % 16 == 0 && reinterpret_cast<uintptr_t>(plane) % 16 == 0;
 }
 
-// Calls `convert` with the form for a job. Blanking is for a look at the channels, no reader waits for it.
+// Calls `convert` with the form for a job. Blanking is for a look at the channels, no reader waits for it; lanes that
+// can't stream do with the form that serves every job.
 template <class L, class Convert>
 void inRowForm(const ConversionJob &job, bool aligned, Convert convert) {
-    if (!keepsAllSamples(job.constants)) {
+    if (!L::kStreams || !keepsAllSamples(job.constants)) {
         convert(RowForm<true, PlainStores>{});
-    } else if (!aligned || !isLarge(job)) {
-        convert(RowForm<false, PlainStores>{});
-    } else {
-        convert(RowForm<false, StreamStores>{});
-        L::finishStreams();
+        return;
+    }
+    if constexpr (L::kStreams) {
+        if (!aligned || !isLarge(job)) {
+            convert(RowForm<false, PlainStores>{});
+        } else {
+            convert(RowForm<false, StreamStores>{});
+            L::finishStreams();
+        }
     }
 }
 
@@ -134,7 +146,7 @@ void convertTail(const Masks &masks, const RowPlan &plan, const RowSet &rows) {
 }
 
 template <class Step>
-[[gnu::always_inline]] inline RowSet rowsAtGroup(const RowSet &rows, ptrdiff_t group) {
+TVK_ROW_INLINE inline RowSet rowsAtGroup(const RowSet &rows, ptrdiff_t group) {
     const ptrdiff_t luma = group * kGroupSamples, target = group * Step::kTargetBytes;
     return {{Step::kLumaRows > 0 ? rows.luma[0] + luma : nullptr, Step::kLumaRows > 1 ? rows.luma[1] + luma : nullptr},
             Step::kChromaBytes > 0 ? rows.chroma + group * Step::kChromaBytes : nullptr,
