@@ -91,7 +91,6 @@ void lookAtFirst(Container &container) {
     container.needsHead = headOfTrack(*container.demuxer, size) != nullptr && lacksHeader(container.peeked);
     MappedPacket first = {};
     takeTime(container, container.peeked, first);
-    if (stampsWrap(*container.demuxer)) container.stamps.wrapReference = container.firstTime;
 }
 
 }  // namespace

@@ -225,7 +225,6 @@ double stampPicture(StampState &state, ByteWindow &window, const PictureUnit &un
 
 void initStamps(StampState &state) {
     state = {};
-    state.wrapReference = -1.0;
     restartStamps(state);
 }
 
@@ -236,7 +235,6 @@ void restartStamps(StampState &state) {
     state.framePeriod = kept.framePeriod;
     state.progressiveSequence = kept.progressiveSequence;
     state.lowDelay = kept.lowDelay;
-    state.wrapReference = kept.wrapReference;
 }
 
 void passOver(StampState &state, ByteWindow &window, const PacketMap &map, uint64_t from, uint64_t to) {

@@ -16,26 +16,24 @@ inline constexpr uint64_t kNoPacket = UINT64_MAX;
 
 struct StampState {
     // Which packet's time goes to which picture.
-    bool inHeaders;       // a sequence, group or picture header has been met behind the last slice
-    uint64_t accessUnit;  // where that first header stands
+    uint64_t accessUnit;  // where the first header stands that has been met behind the last slice, if inHeaders
     uint64_t usedPacket;  // start of the packet whose time was given away last
-    bool pictureAhead;    // the picture whose start code ended the last unit has the three below
-    bool told, doubtful;  // its packet tells a time; perhaps one that belongs to the next picture
-    uint64_t toldBy;
+    uint64_t toldBy;      // of the picture whose start code ended the last unit, if pictureAhead, and if told
     double toldTime;
-    bool isDecodingTime, isReordered, isDirect;
 
     // The clock in display order.
-    bool running;     // nextTime is known
-    double nextTime;  // when the frame is shown that follows those placed so far
-    bool hasAnchor;   // an I or P frame waits to be shown
-    double anchorTime, anchorPeriods;
-    bool fieldPending;  // the next field picture is the second of its frame
+    double nextTime;                   // when the frame is shown that follows those placed so far, if running
+    double anchorTime, anchorPeriods;  // of the I or P frame that waits to be shown, if hasAnchor
 
     double framePeriod;  // seconds; 0.0 before the first sequence header
+
+    bool inHeaders, pictureAhead;
+    bool told, doubtful;  // its packet tells a time; perhaps one that belongs to the next picture
+    bool isDecodingTime, isReordered, isDirect;
+    bool running, hasAnchor;
+    bool fieldPending;  // the next field picture is the second of its frame
     bool progressiveSequence;
-    bool lowDelay;         // no B pictures: every picture is shown when it is decoded
-    double wrapReference;  // first time of the file, for clocks that wrap; negative when they do not, or before it
+    bool lowDelay;  // no B pictures: every picture is shown when it is decoded
 };
 
 void initStamps(StampState &state);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-2-Clause
 // tvk info: what a file holds.
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -71,7 +72,7 @@ Summary summarise(const InfoOptions &options) {
     const double secondsPerFrame = periodsPerFrame(summary.facts) * summary.rate.denominator / summary.rate.numerator;
     summary.timed = !summary.counted && summary.source.seconds > 0.0;
     if (summary.timed) {
-        summary.info.frameCount = static_cast<uint32_t>(summary.source.seconds / secondsPerFrame + 0.5);
+        summary.info.frameCount = static_cast<uint32_t>(std::lround(summary.source.seconds / secondsPerFrame));
     } else if (!summary.counted && (!bitRateTells(summary) || !isBare(summary))) {
         summary.info.frameCount = 0;
     }
