@@ -52,7 +52,8 @@
  *
  * BYTES OF UNITS are lent (parameter 8 is 1): a unit lies where the source has read it, or in the caller's own memory,
  * and the decoder, which does not write to it, copies what it wants of it. A program that calls the operations itself
- * finds it at `buffer` up to the next read or seek. With tvkSourceFillsBuffer the source copies into the caller's buffer.
+ * finds it at `buffer` up to the next read or seek. With tvkSourceFillsBuffer the source copies into the caller's
+ * buffer.
  *
  * UNITS. A unit that would exceed 4 MiB, the most that the decoder takes, is cut there and goes on in the next unit. Of
  * more than about 4000 slices in one picture the last ones are not listed. Bytes are never dropped: the units of
