@@ -9,7 +9,8 @@ import sys
 import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(ROOT / "tests/tool"))
+sys.path[:0] = [str(ROOT / "tests/tool"), str(ROOT / "tests/builds")]
+from loader import LIBRARY, levels_searched, resolved  # noqa: E402
 from support import CLIPS, CLIPS_KNOWN, TOOL, decode, digests  # noqa: E402
 
 EXAMPLES = ("step", "thumbnail", "reverse", "own_buffer")
@@ -123,6 +124,19 @@ def commandRunsWhereverTheTreeLies(prefix):
     with tempfile.TemporaryDirectory() as place:
         moved = pathlib.Path(shutil.copytree(prefix, place + "/moved", symlinks=True))
         equal(run(moved / "bin/tvk", "decode", CLIPS / CLIP, "--md5"), run(TOOL, "decode", CLIPS / CLIP, "--md5"), "digests")
+
+
+def loaderTakesTheBuildForTheMachine(prefix):
+    tool, plain = prefix / "bin/tvk", library_folder(prefix) / LIBRARY
+    newer = plain.parent / "glibc-hwcaps/x86-64-v3" / LIBRARY
+    equal(newer.resolve().name, plain.resolve().name, "file of the library for x86-64-v3")
+    found, loader = resolved(tool, os.environ)
+    wanted = newer if "x86-64-v3" in levels_searched(loader) else plain
+    equal(pathlib.Path(found[LIBRARY]).resolve(), wanted.resolve(), "library that the loader takes")
+    older = dict(os.environ, GLIBC_TUNABLES="glibc.cpu.hwcaps=-AVX2")  # a processor that lacks what the level asks for
+    equal(pathlib.Path(resolved(tool, older)[0][LIBRARY]).resolve(), plain.resolve(), "library for an older machine")
+    command = tool, "decode", CLIPS / CLIP, "--md5"
+    equal(run(*command), run(*command, env=older), "digests")
 
 
 def pkgConfigBuildsTheExamples(prefix):
