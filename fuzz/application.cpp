@@ -25,14 +25,16 @@ bool withinLimit(size_t size) {
     return true;
 }
 
-[[noreturn]] void fail(const char *what) {
-    std::fprintf(stderr, "%s\n", what);
-    std::abort();
-}
-
 // Keeps the compiler from leaving out the reads that a memory checker is to see; the branch on their sum shows bytes
 // that nobody has written.
 std::atomic<uint32_t> sink;
+
+}  // namespace
+
+void fail(const char *what) {
+    std::fprintf(stderr, "%s\n", what);
+    std::abort();
+}
 
 void readBytes(const void *bytes, size_t size) {
     const uint8_t *p = static_cast<const uint8_t *>(bytes);
@@ -41,7 +43,7 @@ void readBytes(const void *bytes, size_t size) {
     if (sum & 1) sink.fetch_add(1, std::memory_order_relaxed);
 }
 
-void readPlane(const VideoPlane &plane) {
+static void readPlane(const VideoPlane &plane) {
     if (!plane.data) fail("a plane without data");
     if (plane.width < 1 || plane.height < 0 || plane.size < 0 || plane.stride < plane.width) fail("a plane's record");
     readBytes(plane.data, static_cast<size_t>(plane.size));
@@ -54,6 +56,8 @@ void readFrame(const VideoFrame &frame) {
         fail("more user data than a frame holds");
     readBytes(frame.userData, static_cast<size_t>(frame.userDataSize));
 }
+
+namespace {
 
 // The manager gets no pointer of its own. Slices are decoded for one application at a time.
 Application *managedApplication = nullptr;
@@ -283,7 +287,13 @@ Application::~Application() {
 }
 
 bool Application::open(const uint8_t *bytes, size_t size, uint32_t flags) {
-    return tvkOpenMemorySourceEx(&source, bytes, size, flags) == 0 && tvkCreateVideoStream(&stream, source) == 0;
+    VideoSource *opened = nullptr;
+    return tvkOpenMemorySourceEx(&opened, bytes, size, flags) == 0 && adopt(opened);
+}
+
+bool Application::adopt(VideoSource *opened) {
+    source = opened;
+    return source && tvkCreateVideoStream(&stream, source) == 0;
 }
 
 const VideoFrame *Application::step(Loop loop) {

@@ -64,10 +64,18 @@ struct Application {
 
     // The bytes stay the caller's. False when the library refuses them.
     bool open(const uint8_t *bytes, size_t size, uint32_t flags);
+    // The same with a source of its own, which is closed with it; null is refused.
+    bool adopt(VideoSource *opened);
     // Reads every byte of the frame that comes, and ends the process when its record contradicts itself.
     const VideoFrame *step(Loop loop);
     void act(Action action, uint8_t value);
 };
+
+// Ends the process with a message, which is what a fuzzer takes for a finding.
+[[noreturn]] void fail(const char *what);
+// Read all that there is, for a memory checker to see.
+void readBytes(const void *bytes, size_t size);
+void readFrame(const VideoFrame &frame);
 
 // Start codes 00 00 01 `code` in the bytes; any code when it is negative.
 size_t countCodes(const uint8_t *bytes, size_t size, int32_t code);

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: BSD-2-Clause
+// Property: a source that has no data at some of its reads changes nothing. A call that says so is made again, and what
+// comes of it in the end is what a source that always has data gives: pictures, numbers, times and results.
+#include "fuzz/stalling_source.h"
+#include "fuzz/walk.h"
+#include "tvk_source.h"
+
+namespace tvkfuzz {
+namespace {
+
+// The bytes of the actions tell which reads stall.
+Walk walkStalling(const Plan &plan, const WalkSettings &settings, bool stalls) {
+    VideoSource *source = nullptr;
+    const uint32_t flags = tvkSourceAnyContent | (plan.copied() ? uint32_t{tvkSourceFillsBuffer} : 0);
+    if (tvkOpenMemorySourceEx(&source, plan.stream, plan.streamSize, flags) != 0) return {};
+    constexpr uint8_t kEveryThird[] = {0x49, 0x92, 0x24};
+    const uint8_t *pattern = plan.actionCount ? plan.actions : kEveryThird;
+    StallingSource front(source, stalls ? pattern : nullptr, plan.actionCount ? plan.actionCount : sizeof kEveryThird,
+                         plan.settings[2] & 1);
+    Walk result = walk(kLinkedDecoder, &front.table, settings);
+    tvkCloseSource(source);
+    return result;
+}
+
+}  // namespace
+}  // namespace tvkfuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    using namespace tvkfuzz;
+    Plan plan;
+    if (!planOf(&plan, data, size)) return 0;
+    const WalkSettings settings = walkSettingsOf(plan);
+    demandEqual(walkStalling(plan, settings, false), walkStalling(plan, settings, true));
+    return 0;
+}

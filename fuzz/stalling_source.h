@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: BSD-2-Clause
+// A source in front of another one: it has no data now and then, and stamps its units.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "tvk.h"
+
+namespace tvkfuzz {
+
+struct StallingSource {
+    VideoSource table;  // first, so that the operations find their record
+    VideoSource *inner;
+    const uint8_t *pattern;  // a bit for each read: no data yet. Null never stalls
+    size_t patternSize;
+    size_t reads = 0, units = 0, stallsInARow = 0;
+    bool stamped;
+
+    StallingSource(VideoSource *behind, const uint8_t *stalls, size_t size, bool stamps);
+
+    // Whether the read at hand finds no data. Three in a row at most, so that every call returns.
+    bool stallsNow();
+};
+
+}  // namespace tvkfuzz
