@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <iterator>
 #include <string_view>
+#include <utility>
 
-#include "contenders.h"
+#include "report.h"
 
 namespace {
 
@@ -19,98 +20,27 @@ namespace fs = std::filesystem;
 struct Options {
     std::vector<fs::path> clips;
     std::vector<std::string> only;
-    int rounds = 5;
-    bool json = false;
-    bool processorTime = false;  // what a busy machine can still measure, for contenders of one thread
+    std::vector<std::pair<std::string, std::string>> builds;  // names and files of further libraries
+    std::string json;                                         // file, or -
+    Rules rules;
 };
 
-struct Result {
-    std::string name;
-    uint32_t frames = 0;
-    std::vector<double> seconds;
-
-    double median() const {
-        std::vector<double> sorted = seconds;
-        std::sort(sorted.begin(), sorted.end());
-        return sorted[sorted.size() / 2];
-    }
-    // Half the range of the middle rounds, as a share of the median.
-    double spread() const {
-        std::vector<double> sorted = seconds;
-        std::sort(sorted.begin(), sorted.end());
-        return (sorted[sorted.size() * 3 / 4] - sorted[sorted.size() / 4]) / 2 / median();
-    }
-};
+[[noreturn]] void usage() {
+    std::fprintf(stderr,
+                 "usage: tvk_bench [OPTION]... CLIP-OR-FOLDER...\n"
+                 "  --rounds N          runs of each contender on each clip (5); medians are told\n"
+                 "  --only NAME         this contender alone; once or more\n"
+                 "  --build NAME=FILE   another build of libtvk takes part too, as tvk NAME\n"
+                 "  --cpu               processor time in place of the clock: for one thread, on a busy machine\n"
+                 "  --json FILE         writes all results; - is standard output, in place of the table\n"
+                 "Elementary streams are decoded by every contender in turn. Cycles are the processor's where its\n"
+                 "counter can be read, else its time stamps; a pixel is one of the full size at every size.\n");
+    std::exit(2);
+}
 
 Bytes readFile(const fs::path &path) {
     std::ifstream in(path, std::ios::binary);
     return Bytes(std::istreambuf_iterator<char>(in), {});
-}
-
-std::vector<Contender> allContenders(const Options &options) {
-    std::vector<Contender> all;
-    for (auto make : {libmpeg2Contenders, libavcodecContenders, ownContenders})
-        for (Contender &c : make())
-            if (options.only.empty() || std::count(options.only.begin(), options.only.end(), c.name))
-                all.push_back(std::move(c));
-    return all;
-}
-
-double now(const Options &options) {
-    timespec t;
-    clock_gettime(options.processorTime ? CLOCK_PROCESS_CPUTIME_ID : CLOCK_MONOTONIC, &t);
-    return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
-}
-
-std::vector<Result> measure(const Bytes &bytes, const Options &options) {
-    std::vector<Result> results;
-    std::vector<Run> runs;
-    for (const Contender &c : allContenders(options)) {
-        runs.push_back(c.prepare(bytes));
-        results.push_back({c.name, runs.back()(), {}});
-    }
-    for (int round = 0; round < options.rounds; ++round)
-        for (size_t i = 0; i < runs.size(); ++i) {
-            const double start = now(options);
-            runs[i]();
-            results[i].seconds.push_back(now(options) - start);
-        }
-    return results;
-}
-
-double reference(const std::vector<Result> &results, const char *name) {
-    for (const Result &r : results)
-        if (r.name == name && r.frames) return r.median();
-    return 0;
-}
-
-void printTable(const fs::path &clip, const std::vector<Result> &results) {
-    const double libmpeg2 = reference(results, "libmpeg2"), own = reference(results, "tvk");
-    std::printf("%s\n%-24s %7s %9s %7s %12s %9s\n", clip.filename().c_str(), "", "frames", "frames/s", "spread",
-                "x libmpeg2", "x tvk");
-    for (const Result &r : results) {
-        if (!r.frames) continue;
-        std::printf("%-24s %7u %9.1f %6.1f%% %12.2f %9.2f\n", r.name.c_str(), r.frames, r.frames / r.median(),
-                    100 * r.spread(), libmpeg2 / r.median(), own / r.median());
-    }
-    std::printf("\n");
-    std::fflush(stdout);
-}
-
-void printJson(const fs::path &clip, const std::vector<Result> &results, bool first) {
-    std::printf("%s  {\"clip\": \"%s\", \"results\": [", first ? "" : ",\n", clip.filename().c_str());
-    for (size_t i = 0; i < results.size(); ++i)
-        std::printf("%s\n    {\"name\": \"%s\", \"frames\": %u, \"seconds\": %.6f, \"spread\": %.4f}", i ? "," : "",
-                    results[i].name.c_str(), results[i].frames, results[i].median(), results[i].spread());
-    std::printf("]}");
-}
-
-[[noreturn]] void usage() {
-    std::fprintf(stderr,
-                 "usage: tvk_bench [--rounds N] [--only NAME]... [--cpu] [--json] CLIP-OR-FOLDER...\n"
-                 "Elementary streams are decoded by every contender in turn, N rounds long; medians are printed.\n"
-                 "--cpu takes processor time in place of the clock: for one thread, on a busy machine.\n");
-    std::exit(2);
 }
 
 void addClips(std::vector<fs::path> &clips, const fs::path &path) {
@@ -118,23 +48,32 @@ void addClips(std::vector<fs::path> &clips, const fs::path &path) {
         clips.push_back(path);
         return;
     }
+    const size_t first = clips.size();
     for (const auto &entry : fs::directory_iterator(path))
         if (entry.path().extension() == ".m2v" || entry.path().extension() == ".m1v") clips.push_back(entry.path());
-    std::sort(clips.begin(), clips.end());
+    std::sort(clips.begin() + static_cast<std::ptrdiff_t>(first), clips.end());
+}
+
+std::pair<std::string, std::string> parseBuild(std::string_view word) {
+    const size_t equals = word.find('=');
+    if (equals == word.npos) usage();
+    return {std::string(word.substr(0, equals)), std::string(word.substr(equals + 1))};
 }
 
 Options parse(int argc, char **argv) {
     Options options;
     for (int i = 1; i < argc; ++i) {
         const std::string_view word = argv[i];
-        if (word == "--json")
-            options.json = true;
-        else if (word == "--cpu")
-            options.processorTime = true;
+        if (word == "--cpu")
+            options.rules.processorTime = true;
+        else if (word == "--json" && i + 1 < argc)
+            options.json = argv[++i];
         else if (word == "--rounds" && i + 1 < argc)
-            options.rounds = std::max(1, std::atoi(argv[++i]));
+            options.rules.rounds = std::max(1, std::atoi(argv[++i]));
         else if (word == "--only" && i + 1 < argc)
             options.only.push_back(argv[++i]);
+        else if (word == "--build" && i + 1 < argc)
+            options.builds.push_back(parseBuild(argv[++i]));
         else if (word.substr(0, 2) == "--" || !fs::exists(word))
             usage();
         else
@@ -144,17 +83,38 @@ Options parse(int argc, char **argv) {
     return options;
 }
 
+std::vector<Contender> chosenContenders(const Options &options) {
+    std::vector<Contender> all;
+    const auto add = [&](const std::vector<Contender> &more) {
+        for (const Contender &c : more)
+            if (options.only.empty() || std::count(options.only.begin(), options.only.end(), c.name)) all.push_back(c);
+    };
+    add(libmpeg2Contenders());
+    add(libavcodecContenders());
+    add(ownContenders());
+    for (const auto &[name, file] : options.builds) {
+        const std::vector<Contender> more = otherBuildContenders(name, file);
+        if (more.empty()) std::exit(1);
+        add(more);
+    }
+    return all;
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
     const Options options = parse(argc, argv);
-    if (options.json) std::printf("[\n");
-    bool first = true;
-    for (const fs::path &clip : options.clips) {
-        const Bytes bytes = readFile(clip);
-        const std::vector<Result> results = measure(bytes, options);
-        options.json ? printJson(clip, results, first) : printTable(clip, results);
-        first = false;
+    const std::vector<Contender> contenders = chosenContenders(options);
+    std::vector<ClipResults> clips;
+    for (const fs::path &path : options.clips) {
+        const Bytes bytes = readFile(path);
+        clips.push_back({path.filename(), pictureSize(bytes), bytes.size(), measure(contenders, bytes, options.rules)});
+        if (options.json != "-") printTable(clips.back());
     }
-    if (options.json) std::printf("\n]\n");
+    if (options.json.empty()) return 0;
+    std::ofstream file;
+    if (options.json != "-") file.open(options.json);
+    writeJson(options.json == "-" ? std::cout : file, clips, options.rules, counterInUse());
+    file.close();
+    return file ? 0 : 1;
 }

@@ -96,7 +96,17 @@ std::vector<Contender> libavcodecContenders() {
             contender("libavcodec lowres 1", 1, 1), contender("libavcodec lowres 2", 1, 2),
             contender("libavcodec lowres 3", 1, 3)};
 }
+
+std::string libavcodecVersion() {
+    const unsigned version = avcodec_version();
+    return std::to_string(version >> 16) + "." + std::to_string(version >> 8 & 255) + "." +
+           std::to_string(version & 255);
+}
 #else
+std::string libavcodecVersion() {
+    return {};
+}
+
 std::vector<Contender> libavcodecContenders() {
     return {};
 }
