@@ -5,6 +5,8 @@
 #include "core/lanes_portable.h"
 #if defined(__SSE2__)
 #include "core/lanes_sse2.h"
+#elif defined(__aarch64__) && !defined(__AARCH64EB__)
+#include "core/lanes_neon.h"
 #endif
 
 namespace tvk {
@@ -12,6 +14,9 @@ namespace tvk {
 #if defined(__SSE2__) && !defined(TVK_PORTABLE_LANES)
 using NativeLanes = Sse2Lanes;
 inline constexpr const char *kNativeLanesName = "sse2";
+#elif defined(__aarch64__) && !defined(__AARCH64EB__) && !defined(TVK_PORTABLE_LANES)
+using NativeLanes = NeonLanes;
+inline constexpr const char *kNativeLanesName = "neon";
 #else
 using NativeLanes = PortableLanes;
 inline constexpr const char *kNativeLanesName = "portable";
