@@ -8,6 +8,7 @@ bench_packages='libffms2-dev'
 clang_packages='clang-14'
 lint_packages='clang-format-14 clang-tidy-14'
 docs_packages='doxygen'
+elsewhere_packages='googletest python3 qemu-user'
 package_packages='build-essential debhelper lintian dpkg-dev fakeroot git'
 
 # Installs those of the named packages that are missing, without a question asked.

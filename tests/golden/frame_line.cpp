@@ -8,7 +8,7 @@
 #include <fstream>
 #include <sstream>
 
-#include <nettle/md5.h>
+#include "md5.h"
 
 namespace tvktest {
 namespace {
@@ -16,16 +16,11 @@ namespace {
 namespace fs = std::filesystem;
 
 std::string planeMd5(const VideoPlane &plane) {
-    md5_ctx context;
-    md5_init(&context);
+    Md5 md5;
     for (int32_t row = 0; row < plane.height; ++row)
-        md5_update(&context, static_cast<size_t>(plane.width),
-                   plane.data + static_cast<size_t>(row) * static_cast<size_t>(plane.stride));
-    uint8_t digest[MD5_DIGEST_SIZE];
-    md5_digest(&context, sizeof digest, digest);
-    char text[2 * MD5_DIGEST_SIZE + 1];
-    for (size_t i = 0; i < MD5_DIGEST_SIZE; ++i) std::snprintf(text + 2 * i, 3, "%02x", digest[i]);
-    return text;
+        addBytes(md5, plane.data + static_cast<size_t>(row) * static_cast<size_t>(plane.stride),
+                 static_cast<size_t>(plane.width));
+    return finish(md5);
 }
 
 std::string sizeOf(const VideoPlane &plane) {
