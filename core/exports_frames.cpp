@@ -5,43 +5,35 @@
 #include "tvk.h"
 
 int32_t tvkNextVideoFrame(VideoStream *stream) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::nextFrame(stream);
+    return tvk::runAlone(stream, tvk::nextFrame);
 }
 
 int32_t tvkNextVideoFrameStreamOrder(VideoStream *stream) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::nextFrameStreamOrder(stream);
+    return tvk::runAlone(stream, tvk::nextFrameStreamOrder);
 }
 
 int32_t tvkPrevVideoFrame(VideoStream *stream) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::prevFrame(stream);
+    return tvk::runAlone(stream, tvk::prevFrame);
 }
 
 int32_t tvkGetNextVideoFrame(VideoStream *stream, VideoFrame **out) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::getNextFrame(stream, out);
+    return tvk::runAlone(stream, tvk::getNextFrame, out);
 }
 
 int32_t tvkGetNextVideoFrameStreamOrder(VideoStream *stream, VideoFrame **out) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::getNextFrameStreamOrder(stream, out);
+    return tvk::runAlone(stream, tvk::getNextFrameStreamOrder, out);
 }
 
 int32_t tvkGetNextVideoFrameEdit(VideoStream *stream, VideoFrame **out) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::getNextFrameEdit(stream, out);
+    return tvk::runAlone(stream, tvk::getNextFrameEdit, out);
 }
 
 int32_t tvkGetNextVideoFrameBin(VideoStream *stream, VideoFrame **out) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::getNextFrameBin(stream, out);
+    return tvk::runAlone(stream, tvk::getNextFrameBin, out);
 }
 
 int32_t tvkGetPrevVideoFrame(VideoStream *stream, VideoFrame **out) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::getPrevFrame(stream, out);
+    return tvk::runAlone(stream, tvk::getPrevFrame, out);
 }
 
 int32_t tvkGetVideoFrame(VideoStream *stream, VideoFrame **out) {
@@ -54,23 +46,19 @@ int32_t tvkGetVideoFrameBin(VideoStream *stream, VideoFrame **out) {
 }
 
 int32_t tvkCountVideoFrames(VideoStream *stream, uint32_t *out) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::countFrames(stream, out);
+    return tvk::runAlone(stream, tvk::countFrames, out);
 }
 
 int32_t tvkSetVideoFrameNumber(VideoStream *stream, int32_t number) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::setFrameNumber(stream, number);
+    return tvk::runAlone(stream, tvk::setFrameNumber, number);
 }
 
 int32_t tvkSetVideoFrameNumberEdit(VideoStream *stream, int32_t number) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::setFrameNumberEdit(stream, number);
+    return tvk::runAlone(stream, tvk::setFrameNumberEdit, number);
 }
 
 int32_t tvkSetVideoFrameNumberBin(VideoStream *stream, int32_t number) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::setFrameNumberBin(stream, number);
+    return tvk::runAlone(stream, tvk::setFrameNumberBin, number);
 }
 
 int32_t tvkGetBinaryStartEnd(VideoStream *stream, int32_t *first, int32_t *last) {
@@ -79,13 +67,11 @@ int32_t tvkGetBinaryStartEnd(VideoStream *stream, int32_t *first, int32_t *last)
 }
 
 int32_t tvkGetLastFrameNumber(VideoStream *stream, uint32_t *out) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::getLastFrameNumber(stream, out);
+    return tvk::runAlone(stream, tvk::getLastFrameNumber, out);
 }
 
 int32_t tvkSetAbsVideoPosition(VideoStream *stream, AbsPosition position) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::setAbsPosition(stream, position);
+    return tvk::runAlone(stream, tvk::setAbsPosition, position);
 }
 
 int32_t tvkGetAbsVideoPosition(VideoStream *stream, AbsPosition *out) {
@@ -94,13 +80,11 @@ int32_t tvkGetAbsVideoPosition(VideoStream *stream, AbsPosition *out) {
 }
 
 int32_t tvkSetRateVideoPosition(VideoStream *stream, double rate) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::setRatePosition(stream, rate);
+    return tvk::runAlone(stream, tvk::setRatePosition, rate);
 }
 
 int32_t tvkSetRateVideoPositionEdit(VideoStream *stream, double rate) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::setRatePositionEdit(stream, rate);
+    return tvk::runAlone(stream, tvk::setRatePositionEdit, rate);
 }
 
 int32_t tvkGetRateVideoPosition(VideoStream *stream, double *out) {
@@ -109,8 +93,7 @@ int32_t tvkGetRateVideoPosition(VideoStream *stream, double *out) {
 }
 
 int32_t tvkSetTimeVideoPosition(VideoStream *stream, double seconds) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::setTimePosition(stream, seconds);
+    return tvk::runAlone(stream, tvk::setTimePosition, seconds);
 }
 
 int32_t tvkGetTimeVideoPosition(VideoStream *stream, double *out) {
@@ -119,13 +102,11 @@ int32_t tvkGetTimeVideoPosition(VideoStream *stream, double *out) {
 }
 
 int32_t tvkCreateVideoIndexTable(VideoStream *stream) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::createIndex(stream);
+    return tvk::runAlone(stream, tvk::createIndex);
 }
 
 int32_t tvkCreateVideoIndexTableEdit(VideoStream *stream, int32_t mode) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::createIndexEdit(stream, mode);
+    return tvk::runAlone(stream, tvk::createIndexEdit, mode);
 }
 
 int32_t tvkReadVideoIndexTable(VideoStream *stream, const char *path) {

@@ -44,8 +44,7 @@ int32_t tvkGetVideoStreamType(VideoStream *stream, uint32_t *out) {
 }
 
 int32_t tvkGetSequenceHeader(VideoStream *stream, VideoFrame **out) {
-    const int32_t refusal = tvk::checkAK(stream);
-    return refusal ? refusal : tvk::getSequenceHeader(stream, out);
+    return tvk::runAlone(stream, tvk::getSequenceHeader, out);
 }
 
 int32_t tvkSetActiveVideoLayer(VideoStream *stream, int32_t layer) {

@@ -74,10 +74,15 @@ int32_t checkM(const VideoStream *stream) {
     return isLiveHandle(stream) && stream->magic == kStreamMagic ? 0 : tvkErrBadHandle;
 }
 
+bool isBusy(const VideoStream *stream) {
+    uint32_t &running = const_cast<VideoStream *>(stream)->callRunning;
+    return readStatus(stream) == statusBusy || std::atomic_ref<uint32_t>(running).load(std::memory_order_relaxed) != 0;
+}
+
 int32_t checkA(const VideoStream *stream) {
     const int32_t refusal = checkM(stream);
     if (refusal) return refusal;
-    return readStatus(stream) == statusBusy ? tvkErrBusy : 0;
+    return isBusy(stream) ? tvkErrBusy : 0;
 }
 
 }  // namespace tvk

@@ -25,7 +25,10 @@ inline void setStatus(VideoStream *stream, StreamStatus status) {
     std::atomic_ref<uint32_t>(stream->status).store(status, std::memory_order_relaxed);
 }
 
-// Each gives 0 or the code of refusal. M: a live handle. A: M, and no stepping call is running on it.
+// Whether a step is running, or a jump, a scan or a search: callbacks are called in all of them, and the source is.
+bool isBusy(const VideoStream *stream);
+
+// Each gives 0 or the code of refusal. M: a live handle. A: M, and no such call is running on it.
 int32_t checkM(const VideoStream *stream);
 int32_t checkA(const VideoStream *stream);
 
@@ -42,6 +45,18 @@ inline int32_t checkMK(const VideoStream *stream) {
 inline int32_t checkAK(const VideoStream *stream) {
     const int32_t refusal = checkA(stream);
     return refusal ? refusal : checkKind(stream);
+}
+
+// Check AK, then the call, and whatever it calls back into is refused what would pull the stream away under it.
+template <class... Parameters, class... Arguments>
+int32_t runAlone(VideoStream *stream, int32_t (*call)(VideoStream *, Parameters...), Arguments &&...arguments) {
+    const int32_t refusal = checkAK(stream);
+    if (refusal) return refusal;
+    const std::atomic_ref<uint32_t> running(stream->callRunning);
+    running.store(1, std::memory_order_relaxed);
+    const int32_t result = call(stream, arguments...);
+    running.store(0, std::memory_order_relaxed);
+    return result;
 }
 
 }  // namespace tvk

@@ -95,7 +95,7 @@ int32_t setThreads(VideoStream *stream, int32_t count) {
     const uint32_t wanted = static_cast<uint32_t>(count);
     if (wanted == stream->threadCount) return 0;
     // Out of a callback: the contexts to be freed are the ones that are calling.
-    if (readStatus(stream) == statusBusy) return tvkErrBusy;
+    if (isBusy(stream)) return tvkErrBusy;
     return replaceWorkers(stream, wanted) ? 0 : tvkErrOutOfMemory;
 }
 

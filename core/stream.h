@@ -225,7 +225,8 @@ struct VideoStream {
     uint32_t decoderId;
     uint32_t connected;
     uint32_t threadCount;
-    uint32_t status;  // tvk::StreamStatus; written through tvk::setStatus, calls of check M read it concurrently
+    uint32_t status;       // tvk::StreamStatus; written through tvk::setStatus, calls of check M read it concurrently
+    uint32_t callRunning;  // 1 within a call that reads the source; touched through std::atomic_ref alone
 
     VideoSource *source;
     tvk::VideoInput *input;

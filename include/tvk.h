@@ -49,9 +49,9 @@
  * setting that is refused stays as it was.
  *
  * CHECKS. A call with a stream first checks the handle: tvkErrInvalidArgument for null, tvkErrBadHandle for a pointer
- * that is no live stream, tvkErrBusy while a step is running on it. These codes are not repeated below. Nothing has
- * changed when they are returned. Null for any other pointer gives tvkErrInvalidArgument, with nothing done, unless the
- * call says otherwise.
+ * that is no live stream, tvkErrBusy while a step, a jump or a scan is running on it. These codes are not repeated
+ * below. Nothing has changed when they are returned. Null for any other pointer gives tvkErrInvalidArgument, with
+ * nothing done, unless the call says otherwise.
  *
  * THREADS. One thread at a time uses a stream; different streams are independent. tvkErrBusy is a tripwire for calls
  * out of a callback or from another thread and replaces no lock. Calls marked "May run beside a step" do without that
@@ -1101,7 +1101,7 @@ TVK_API int32_t tvkGetNextFAPSegment(VideoStream *stream, void *unused);
  *
  * Events of headers and user data come on the thread that steps or scans; those of slices and macroblocks, 10, 11, 14,
  * 15 and 0x80000001, on any of the stream's threads, several at once. A callback may read the record and make calls
- * that may run beside a step, tvkSetVideoSP_Threads excepted; others return tvkErrBusy or disturb the step. Macroblock
+ * that may run beside a step, tvkSetVideoSP_Threads excepted; others return tvkErrBusy. Macroblock
  * events cost speed, so a stream without a callback decodes faster.
  *
  * Errors: tvkErrCallbackReduce at reduce coefficient 8, with the callback set: macroblock records mean nothing there.
