@@ -88,47 +88,53 @@ void demandPicture(const Player &player, const std::vector<uint64_t> &pictures, 
     if (digestVisible(*frame) != pictures[static_cast<size_t>(frame->frameNumber)]) fail("other samples");
 }
 
-void jumpAround(Player &player, const std::vector<uint64_t> &pictures, ByteReader &in) {
-    VideoStream *stream = player.stream;
-    const int32_t last = static_cast<int32_t>(pictures.size()) - 1;
-    int32_t here = 0;  // number of the frame at hand, 0 unknown
-    for (int moves = 0; in.left() && moves < 40; ++moves) {
-        const uint32_t kind = in.range(0, 6);
-        const int32_t number = static_cast<int32_t>(in.byte()) % last + 1;
-        int32_t result = -1;
-        switch (kind) {
-            case 0:
-                result = tvkSetVideoFrameNumber(stream, here = number);
-                if (result != 0) fail("a frame number of the index is refused");
-                break;
-            case 1:
-                result = tvkSetRateVideoPosition(stream, (number - 0.5) / last);
-                here = static_cast<int32_t>((number - 0.5) / last * last) + 1;
-                if (result != 0) fail("a rate below 1 is refused");
-                break;
-            case 2:
-                if (here == last) break;
-                result = tvkNextVideoFrame(stream);
-                if (here != 0 && result == 0) ++here;
-                break;
-            case 3:
-                result = tvkPrevVideoFrame(stream);
-                if (here > 1 && result == 0) --here;
-                break;
-            case 4:
-                tvkSetVideoFrameBufferSize(stream, number % 4, number / 4 % 4);
-                here = 0;
-                if (tvkSetVideoFrameNumber(stream, number) == 0) here = number;
-                break;
-            case 5:
-                tvkSetVideoSP_Flags(stream, number & 2);
-                break;
-            default:
-                result = tvkSetVideoFrameNumberEdit(stream, here = number);
-                if (result != 0) fail("a frame number of the edit index is refused");
+// What the program knows about where it stands.
+struct Place {
+    int32_t last;      // frames of the stream
+    int32_t here = 0;  // number of the frame at hand, 0 when it is not known
+    bool ringed = false;
+};
+
+// Makes one move; whether a frame is at hand for it.
+bool move(VideoStream *stream, Place &place, uint32_t kind, int32_t number) {
+    const double rate = (number - 0.5) / place.last;
+    switch (kind) {
+        case 0:
+            if (tvkSetVideoFrameNumber(stream, number) != 0) fail("a frame number of the index is refused");
+            place.here = number;
+            return true;
+        case 1:
+            if (tvkSetVideoFrameNumberEdit(stream, number) != 0) fail("a number of the edit index is refused");
+            place.here = number;
+            return true;
+        case 2:
+            if (tvkSetRateVideoPosition(stream, rate) != 0) fail("a rate below 1 is refused");
+            place.here = static_cast<int32_t>(rate * place.last + 1.0);
+            return true;
+        case 3:
+        case 4: {
+            const int32_t result = kind == 3 ? tvkNextVideoFrame(stream) : tvkPrevVideoFrame(stream);
+            const int32_t there = place.here + (kind == 3 ? 1 : -1);
+            const bool inside = place.here != 0 && there >= 1 && there <= place.last;
+            place.here = inside ? there : 0;
+            if (inside && !place.ringed && result != 0) fail("a step within the stream that fails");
+            return result == 0;
         }
-        if (result == 0) demandPicture(player, pictures, here);
-        if (result != 0 && kind < 4) here = 0;
+        default:
+            tvkSetVideoFrameBufferSize(stream, number % 4, number / 4 % 4);
+            place.ringed = number % 16 != 0;
+            place.here = 0;
+            return false;
+    }
+}
+
+void jumpAround(Player &player, const std::vector<uint64_t> &pictures, ByteReader &in) {
+    Place place = {.last = static_cast<int32_t>(pictures.size()) - 1};
+    for (int moves = 0; in.left() && moves < 40; ++moves) {
+        const uint32_t kind = in.range(0, 5);
+        const int32_t number = static_cast<int32_t>(in.byte()) % place.last + 1;
+        if (move(player.stream, place, kind, number))
+            demandPicture(player, pictures, place.ringed && kind > 2 ? 0 : place.here);
     }
 }
 

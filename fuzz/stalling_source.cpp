@@ -76,9 +76,10 @@ StallingSource::StallingSource(VideoSource *behind, const uint8_t *stalls, size_
 bool StallingSource::stallsNow() {
     if (!pattern || patternSize == 0) return false;
     const uint8_t byte = pattern[reads / 8 % patternSize];
-    const bool stalls = (byte >> reads % 8 & 1) && stallsInARow < 3;
+    const bool stalls = (byte >> reads % 8 & 1) && stallsInARow < 3 && stallsLeft > 0;
     ++reads;
     stallsInARow = stalls ? stallsInARow + 1 : 0;
+    stallsLeft -= stalls;
     return stalls;
 }
 

@@ -15,6 +15,7 @@ struct StallingSource {
     const uint8_t *pattern;  // a bit for each read: no data yet. Null never stalls
     size_t patternSize;
     size_t reads = 0, units = 0, stallsInARow = 0;
+    size_t stallsLeft = 300;  // a jump starts anew each time, and needs its reads in a row
     bool stamped;
 
     StallingSource(VideoSource *behind, const uint8_t *stalls, size_t size, bool stamps);

@@ -18,26 +18,38 @@ constexpr size_t kMostWaits = 100000;
 constexpr size_t kEndsInARow = 4;
 
 // Which slice decoded which macroblock of the picture at hand. Callbacks get no pointer of their own: one walk at a
-// time.
+// time. Macroblocks of I pictures move on by one whatever their increments say, and one beyond the picture's end is
+// stored over the one before, which is another one on other threads: all that is contested too.
 struct Claims {
-    static constexpr uint32_t kMostMacroblocks = 1u << 20;
     std::vector<uint32_t> slices;  // by address, 0 none
-    uint32_t slice = 0;
-    bool contested = false;
+    uint32_t slice = 0, width = 0, height = 0, structure = 3, codingType = 0;
+    bool progressive = true, firstOfSlice = true, contested = false;
 
-    void beginPicture() {
-        std::fill(slices.begin(), slices.end(), 0);
+    void beginPicture(uint32_t type) {
+        codingType = type;
         slice = 0;
+        slices.clear();
+    }
+
+    void beginSlice() {
+        ++slice;
+        firstOfSlice = true;
+        if (slices.empty()) slices.resize(size_t{(width + 15) / 16} * rows());
+    }
+
+    // Rows of macroblocks that the picture has.
+    uint32_t rows() const {
+        const uint32_t lines8 = progressive ? (height + 15) / 16 * 2 : (height + 31) / 32 * 4;
+        return structure == 3 ? lines8 / 2 : (lines8 + 3) / 4;
     }
 
     // With the skipped macroblocks ahead of it.
-    void claim(uint32_t first, uint32_t last) {
-        if (last >= kMostMacroblocks || first > last) {
-            contested = true;
-            return;
-        }
-        if (slices.size() <= last) slices.resize(last + 1);
-        for (uint32_t i = first; i <= last; ++i) {
+    void claim(uint32_t previous, uint32_t address) {
+        const uint32_t first = std::min(previous + 1, address);
+        contested = contested || address >= slices.size() || (codingType == 1 && !firstOfSlice && first != address);
+        firstOfSlice = false;
+        if (contested) return;
+        for (uint32_t i = first; i <= address; ++i) {
             contested = contested || (slices[i] != 0 && slices[i] != slice);
             slices[i] = slice;
         }
@@ -46,12 +58,32 @@ struct Claims {
 Claims claims;
 
 int32_t watch(CallbackEvent *event) {
-    if (event->eventCode == 7) claims.beginPicture();
-    if (event->eventCode == 10) ++claims.slice;
-    if (event->eventCode == 11) {
-        const MacroblockRecord &macroblock = *event->macroblock;
-        claims.claim(std::min(macroblock.previousAddress + 1, macroblock.macroblockAddress),
-                     macroblock.macroblockAddress);
+    switch (event->eventCode) {
+        case 1:
+            claims.width = event->sequenceHeader->horizontalSize & 0xFFF;
+            claims.height = event->sequenceHeader->verticalSize & 0xFFF;
+            claims.progressive = true;
+            claims.structure = 3;
+            break;
+        case 2:
+            claims.width |= uint32_t{event->sequenceExtension->horizontalSizeExtension} << 12;
+            claims.height |= uint32_t{event->sequenceExtension->verticalSizeExtension} << 12;
+            claims.progressive = event->sequenceExtension->progressiveSequence;
+            break;
+        case 7:
+            claims.beginPicture(event->pictureHeader->pictureCodingType);
+            break;
+        case 8:
+            claims.structure = event->pictureCoding->pictureStructure;
+            break;
+        case 10:
+            claims.beginSlice();
+            break;
+        case 11:
+            claims.claim(event->macroblock->previousAddress, event->macroblock->macroblockAddress);
+            break;
+        default:
+            break;
     }
     return 0;
 }
@@ -108,23 +140,6 @@ void apply(const Decoder &decoder, VideoStream *stream, const WalkSettings &sett
     if (settings.watched) decoder.userCallback(stream, watch, 0);
 }
 
-int32_t jump(const Decoder &decoder, VideoStream *stream, uint8_t kind) {
-    switch (kind) {
-        case 1:
-            return decoder.rate(stream, 0.4);
-        case 2:
-            return decoder.rateEdit(stream, 0.4);
-        case 3:
-            return decoder.rate(stream, 0.0);
-        case 4: {
-            const int32_t indexed = decoder.index(stream);
-            return indexed ? indexed : decoder.frameNumber(stream, 4);
-        }
-        default:
-            return 0;
-    }
-}
-
 // Makes a call again for as long as its source has no data.
 template <class Call>
 int32_t persist(Call call) {
@@ -135,12 +150,29 @@ int32_t persist(Call call) {
     }
 }
 
+// A jump that finds no data starts anew with the next call.
+int32_t jump(const Decoder &decoder, VideoStream *stream, uint8_t kind) {
+    switch (kind) {
+        case 1:
+            return persist([&] { return decoder.rate(stream, 0.4); });
+        case 2:
+            return persist([&] { return decoder.rateEdit(stream, 0.4); });
+        case 3:
+            return persist([&] { return decoder.rate(stream, 0.0); });
+        case 4:
+            decoder.index(stream);
+            return persist([&] { return decoder.frameNumber(stream, 4); });
+        default:
+            return 0;
+    }
+}
+
 void stepThrough(Walk &walk, const Decoder &decoder, VideoStream *stream, const WalkSettings &settings) {
     size_t ends = 0;
     for (size_t step = 0; ends < kEndsInARow && step < kMostSteps; ++step) {
         VideoFrame *frame = nullptr;
         if (step == 2 && settings.jump) {
-            const int32_t result = persist([&] { return jump(decoder, stream, settings.jump); });
+            const int32_t result = jump(decoder, stream, settings.jump);
             decoder.current(stream, &frame);
             walk.outcomes.push_back(outcomeOf(result, frame, Loop::main));
         }
