@@ -153,6 +153,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     Player player(bytes, settings);
     if (tvkCreateVideoIndexTableEdit(player.stream, 1000) != 0 || tvkIsVideoStreamIndexed(player.stream) != 0)
         fail("a whole stream without an index");
+    // The scan has left the input at the end, and only this call looks for the first sequence header from the start.
+    if (tvkSetVideoFrameNumberEdit(player.stream, 1) != 0) fail("the first frame is refused");
     jumpAround(player, pictures, in);
     return 0;
 }
