@@ -3,6 +3,7 @@
 // One body; every kind of picture is an instance of it.
 #pragma once
 
+#include <algorithm>
 #include <cstring>
 
 #include "core/callbacks.h"
@@ -73,11 +74,25 @@ struct Inter {
 
     // --- Sources --------------------------------------------------------------------------------------------------
 
-    // Vector r of direction s, read from the lines of parity `line`.
-    static PredictionSource source(const SliceWorker *w, int32_t s, MotionVector v, int32_t line) {
+    // Beyond a line's end lies one of the field that the other threads are writing. A vector that leaves the picture is
+    // held at its edge, so that such lines are never read and the samples are the same on any number of threads. Eighth
+    // size, where slices go in order, does without.
+    static PredictionSource holdInside(const SliceWorker *w, PredictionSource a, PredictedRows rows) {
+        if constexpr (k.reduce == 8) return a;
+        const Geometry &g = w->stream->geometry;
+        const int32_t x = 8 * w->blockX, y = 4 * w->blockY + rows.first;
+        const int32_t width = 8 * g.blockWidth8, height = 4 * ((g.blockHeight8 + 3) & ~3);
+        a.x = std::max(-2 * x, std::min(a.x, 2 * (width - 16 - x)));
+        a.y = std::max(-2 * y, std::min(a.y, 2 * (height - rows.count - y)));
+        return a;
+    }
+
+    // Vector r of direction s for some rows, read from the lines of parity `line`.
+    static PredictionSource source(const SliceWorker *w, int32_t s, MotionVector v, int32_t line,
+                                   PredictedRows rows = kAllRows) {
         // The second field of a P frame finds the other parity in the field decoded just before, of the same frame.
         if (k.field && !k.b && w->secondFieldFlag && line != w->pictureStructureIndex)
-            return {&w->currentLuma, &w->currentChroma, v.x, v.y, line};
+            return holdInside(w, {&w->currentLuma, &w->currentChroma, v.x, v.y, line}, rows);
         if (s == kForward) return {&w->forwardLuma, &w->forwardChroma, v.x, v.y, line};
         return {&w->backwardLuma, &w->backwardChroma, v.x, v.y, line};
     }
@@ -92,8 +107,8 @@ struct Inter {
     }
 
     // A frame picture's field vector counts field lines: the predictor's vertical part halved.
-    static PredictionSource fieldSource(const SliceWorker *w, int32_t s, int32_t r) {
-        PredictionSource a = source(w, s, w->PMV[r][s], w->macroblock.motionVerticalFieldSelect[r][s]);
+    static PredictionSource fieldSource(const SliceWorker *w, int32_t s, int32_t r, PredictedRows rows = kAllRows) {
+        PredictionSource a = source(w, s, w->PMV[r][s], w->macroblock.motionVerticalFieldSelect[r][s], rows);
         if (!k.field) a.y >>= 1;
         return a;
     }
@@ -165,7 +180,8 @@ struct Inter {
 
     static void predict16x8(SliceWorker *w, const MacroblockTarget &t, bool forward, bool backward) {
         for (int32_t r = 0; r < 2; ++r)
-            predictDirections(w, t, halfRows(r), forward, backward, [w, r](int32_t s) { return fieldSource(w, s, r); });
+            predictDirections(w, t, halfRows(r), forward, backward,
+                              [w, r](int32_t s) { return fieldSource(w, s, r, halfRows(r)); });
     }
 
     // Half of v, rounding half away from zero.

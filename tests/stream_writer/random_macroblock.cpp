@@ -71,6 +71,10 @@ Vector MacroblockMaker::vectorIn(const Area &area, uint32_t direction, bool fiel
     const int32_t unit = fullPel ? 2 : 1;
     const int32_t width = static_cast<int32_t>(options.sequence.macroblockColumns() * 16);
     const uint32_t *fCode = picture.fCode[direction];
+    constexpr int32_t kAnywhere = 9999;
+    if (options.wildVectors && random.chance(options.wildVectors))
+        return {component(fCode[0], false, -kAnywhere, kAnywhere),
+                component(fCode[options.sequence.mpeg2 ? 1 : 0], fieldInFrame, -kAnywhere, kAnywhere)};
     const Vector v = {
         component(fCode[0], false, -2 * area.left / unit, 2 * (width - 16 - area.left) / unit),
         component(fCode[options.sequence.mpeg2 ? 1 : 0], fieldInFrame, -2 * area.top / unit,

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-2-Clause
-// Makes random streams of valid syntax whose vectors stay inside their pictures; the same seed gives the same bytes.
+// Makes random streams of valid syntax, whose vectors stay inside their pictures unless asked otherwise; the same seed
+// gives the same bytes.
 #pragma once
 
 #include <cstddef>
@@ -34,6 +35,7 @@ struct RandomStreamOptions {
     uint32_t concealment = 0;  // MPEG-2: percent of pictures
     uint32_t fullPel = 0;      // MPEG-1: percent of pictures and directions
     uint32_t maxFCode = 3;
+    uint32_t wildVectors = 0;  // percent of vectors that may point anywhere, which no standard allows
     int32_t maxLevel = 12;
     int32_t largeLevel = 0;  // when not 0: the largest level of one coefficient in a hundred
     int32_t maxCoefficients = 7;
