@@ -3,8 +3,9 @@
 
 build_packages='cmake ninja-build g++ pkg-config libcli11-dev nlohmann-json3-dev nettle-dev libpng-dev libavformat-dev'
 demo_packages='python3-minimal libpython3-stdlib'
-test_packages='libgtest-dev libbenchmark-dev libjpeg-dev binutils python3 ffmpeg doxygen groff-base'
-bench_packages='libffms2-dev'
+test_packages='libgtest-dev libbenchmark-dev libjpeg-dev binutils python3 ffmpeg doxygen groff-base valgrind'
+bench_packages='libmpeg2-4-dev libavcodec-dev'
+seek_packages='libffms2-dev'
 clang_packages='clang-14'
 lint_packages='clang-format-14 clang-tidy-14'
 docs_packages='doxygen'
