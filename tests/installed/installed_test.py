@@ -130,13 +130,14 @@ def loaderTakesTheBuildForTheMachine(prefix):
     tool, plain = prefix / "bin/tvk", library_folder(prefix) / LIBRARY
     newer = plain.parent / "glibc-hwcaps/x86-64-v3" / LIBRARY
     equal(newer.resolve().name, plain.resolve().name, "file of the library for x86-64-v3")
-    found, loader = resolved(tool, os.environ)
+    here = dict(os.environ, LD_LIBRARY_PATH=str(plain.parent))
+    found, loader = resolved(tool, here)
     wanted = newer if "x86-64-v3" in levels_searched(loader) else plain
     equal(pathlib.Path(found[LIBRARY]).resolve(), wanted.resolve(), "library that the loader takes")
-    older = dict(os.environ, GLIBC_TUNABLES="glibc.cpu.hwcaps=-AVX2")  # a processor that lacks what the level asks for
+    older = dict(here, GLIBC_TUNABLES="glibc.cpu.hwcaps=-AVX2")  # a processor that lacks what the level asks for
     equal(pathlib.Path(resolved(tool, older)[0][LIBRARY]).resolve(), plain.resolve(), "library for an older machine")
     command = tool, "decode", CLIPS / CLIP, "--md5"
-    equal(run(*command), run(*command, env=older), "digests")
+    equal(run(*command, env=here), run(*command, env=older), "digests")
 
 
 def pkgConfigBuildsTheExamples(prefix):
