@@ -150,6 +150,7 @@ struct FramePipeline {
 using StepFunction = int32_t (*)(VideoStream *);
 using StageFunction = void (*)(SliceWorker *);
 using ParserFunction = int32_t (*)(SliceWorker *);
+using HeaderFunction = bool (*)(SliceWorker *);
 using InterFunction = void (*)(SliceWorker *, int32_t index);
 
 // Behaviour chosen ahead of time; core/reconfigure.cpp is the only writer of the step and stage pointers.
@@ -157,6 +158,7 @@ struct ChosenFunctions {
     StepFunction mainStep, streamOrderStep, editStep, binaryStep;
     ParserFunction coefficientParser;
     StageFunction intraReconstruct, residualReconstruct;
+    HeaderFunction headerReader;     // per picture, see headerReaderFor
     InterFunction interDecoder;      // per picture, see SelectInterDecoder
     StageFunction macroblockWriter;  // per I picture
 };

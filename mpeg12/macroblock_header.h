@@ -12,8 +12,8 @@ inline void resetDcPredictors(SliceWorker *worker) {
     for (int32_t &predictor : worker->dcPredictor) predictor = middle;
 }
 
-// Reads everything from the address increment to the coded block pattern into worker->macroblock; false on an invalid
-// code, after which the slice is over.
-bool readMacroblockHeader(SliceWorker *worker);
+// Gives the function for the picture whose headers stand. It reads everything from the address increment to the coded
+// block pattern into worker->macroblock; false on an invalid code, after which the slice is over.
+HeaderFunction headerReaderFor(const VideoStream *stream);
 
 }  // namespace tvk

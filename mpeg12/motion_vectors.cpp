@@ -11,17 +11,16 @@ int32_t sizeOf(const Headers &h, int32_t s, int32_t t) {
     return static_cast<int32_t>(h.pictureCoding.fCode[2 * s + t] & 15);
 }
 
-// The predictor of one component moved by its delta and wrapped into [-16 << r, (16 << r) - 1].
-// |delta| is at most 16 << r, so one step of the wrap suffices, and with r up to 15 all stays within 2^20.
+// The predictor of one component moved by its delta and wrapped into [-16 << r, (16 << r) - 1], which has 5 + r bits.
+// The predictor lies in that range or, the vertical one behind a field's vector, in twice the range; |delta| is at most
+// 16 << r. So one turn of the wrap suffices, and with r up to 15 all stays within 2^21.
 // Code 0 changes nothing, and a predictor out of range stays so; signs and codes follow no pattern, hence no branches.
 TVK_INLINE int32_t moveComponent(int32_t predictor, int32_t code, int32_t residual, int32_t r) {
     const int32_t sign = code >> 31;
     const int32_t magnitude = ((code ^ sign) - sign - 1) * (1 << r) + residual + 1;
-    int32_t moved = predictor + ((magnitude ^ sign) - sign);
-    const int32_t limit = 16 << r;
-    moved -= moved > limit - 1 ? 2 * limit : 0;
-    moved += moved < -limit ? 2 * limit : 0;
-    return code != 0 ? moved : predictor;
+    const auto moved = static_cast<uint32_t>(predictor + ((magnitude ^ sign) - sign));
+    const int32_t wrapped = static_cast<int32_t>(moved << (27 - r)) >> (27 - r);
+    return code != 0 ? wrapped : predictor;
 }
 
 // `scaled`: the vertical predictor counts frame lines and the vector field lines.

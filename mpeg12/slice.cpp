@@ -93,7 +93,7 @@ void DecodeSlice(SliceWorker *w) {
 
     int32_t index = 0;
     do {
-        if (!readMacroblockHeader(w)) {
+        if (!stream->chosen.headerReader(w)) {
             raiseBadCode(w->stream);
             return;
         }

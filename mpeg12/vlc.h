@@ -23,6 +23,15 @@ TVK_INLINE int32_t DecodeVlc(BitWindow &b, const int16_t *table) {
     return entry >> 4;
 }
 
+// The same from one of the tables without links.
+template <VlcTable t>
+TVK_INLINE int32_t decodeOneLevel(BitWindow &b) {
+    static_assert(kVlcLayout[t].subTables == 0);
+    const int32_t entry = vlcTable(t)[1 + peek(b, kVlcLayout[t].width)];
+    skip(b, entry & 15);
+    return entry >> 4;
+}
+
 // The same from a table of one level that the next `bits` bits index.
 template <int32_t bits>
 TVK_INLINE int32_t decodeFlat(BitWindow &b, const int16_t *table) {

@@ -8,6 +8,7 @@
 #include "core/callbacks.h"
 #include "core/memory.h"
 #include "input/video_input.h"
+#include "mpeg12/macroblock_header.h"
 #include "mpeg12/output_stage.h"
 #include "mpeg12/worker.h"
 
@@ -247,6 +248,7 @@ void decodePicture(VideoStream *stream) {
     if (!mayDecode(stream)) return;
     takeOverSwapped(stream->input);
     chooseMacroblockWriter(stream);
+    stream->chosen.headerReader = headerReaderFor(stream);
     releaseWorkers(stream);
     const bool managed = stream->callbacks.memoryManager != nullptr;
     SliceWorker *own = stream->workers.workers[0];

@@ -17,7 +17,7 @@ struct MacroblockHeader : SliceTest {
         const int64_t length = lengthOf(w);
         w.put(32, 0xFFFFFFFF);
         load(w);
-        const bool valid = tvk::readMacroblockHeader(worker.get());
+        const bool valid = tvk::headerReaderFor(stream.get())(worker.get());
         if (valid) {
             EXPECT_EQ(consumed(), length);
         }
@@ -71,7 +71,7 @@ TEST_F(MacroblockHeader, everyTypeCodeSetsItsFlags) {
             w.put(static_cast<uint32_t>(code.length), code.code);
             w.put(32, 0xFFFFFFFF).put(32, 0xFFFFFFFF);  // motion codes and patterns are valid in ones
             load(w);
-            tvk::readMacroblockHeader(worker.get());
+            tvk::headerReaderFor(stream.get())(worker.get());
             const MacroblockRecord &m = macroblock();
             const int value = m.spatialTemporalClasses | m.spatialTemporalWeightFlag << 2 | m.macroblockIntra << 3 |
                               m.macroblockPattern << 4 | m.macroblockMotionBackward << 5 |
@@ -198,7 +198,7 @@ TEST_F(MacroblockHeader, invalidPatternEndsTheSlice) {
     putMacroblockType(w, tvk::pictureP, tvk::typePattern);
     w.put(24, 0);
     load(w);
-    EXPECT_FALSE(tvk::readMacroblockHeader(worker.get()));
+    EXPECT_FALSE(tvk::headerReaderFor(stream.get())(worker.get()));
 }
 
 // Zero bits behind the data let a header fail at once wherever it was cut.
@@ -213,7 +213,7 @@ TEST_F(MacroblockHeader, cutHeaderEndsInsideThePadding) {
         for (int n = 0; n < 8; ++n) w.put(1, 1);
         w.bytes.resize(std::min(bytes, w.bytes.size()));
         load(w);
-        EXPECT_FALSE(tvk::readMacroblockHeader(worker.get()));
+        EXPECT_FALSE(tvk::headerReaderFor(stream.get())(worker.get()));
     }
 }
 

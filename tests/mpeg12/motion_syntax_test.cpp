@@ -30,7 +30,7 @@ struct MotionSyntax : SliceTest {
         const int64_t length = lengthOf(w);
         w.put(32, 0xFFFFFFFF);
         load(w);
-        ASSERT_TRUE(tvk::readMacroblockHeader(worker.get()));
+        ASSERT_TRUE(tvk::headerReaderFor(stream.get())(worker.get()));
         EXPECT_EQ(consumed(), length);
     }
     void expectForm(int type, int vectors, int format, int dualPrime) {
@@ -256,7 +256,7 @@ TEST_F(MotionSyntax, invalidMotionCodeEndsTheSlice) {
     begin(tvk::typeForward);
     w.put(10, 0).put(32, 0xFFFFFFFF);
     load(w);
-    EXPECT_FALSE(tvk::readMacroblockHeader(worker.get()));
+    EXPECT_FALSE(tvk::headerReaderFor(stream.get())(worker.get()));
 }
 
 }  // namespace

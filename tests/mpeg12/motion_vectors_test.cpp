@@ -43,8 +43,9 @@ TEST_F(MotionVectors, agreeWithTheObviousForm) {
             for (int r = 0; r < 2; ++r) {
                 code[r][s] = {random.range(-16, 16), random.range(-16, 16)};
                 residual[r][s] = {random.range(0, (1 << size[s].x) - 1), random.range(0, (1 << size[s].y) - 1)};
-                const int limit = 16 << size[s].x;
-                want[r][s] = {random.range(-limit, limit - 1), random.range(-limit, limit - 1)};
+                // A field's vector leaves a vertical predictor of up to twice the range.
+                const int limit = 16 << size[s].x, limitY = 32 << size[s].y;
+                want[r][s] = {random.range(-limit, limit - 1), random.range(-limitY, limitY - 1)};
                 predictor(r, s) = {static_cast<int16_t>(want[r][s].x), static_cast<int16_t>(want[r][s].y)};
                 m.motionCode[r][s][0] = code[r][s].x;
                 m.motionCode[r][s][1] = code[r][s].y;
