@@ -2,7 +2,9 @@
 // What the coefficient decoders share: clearing, DC differentials, the run-level loop with its escapes.
 #pragma once
 
+#include <algorithm>
 #include <bit>
+#include <cstring>
 #include <type_traits>
 
 #include "core/lanes.h"
@@ -30,6 +32,16 @@ inline int32_t quantiserScale(const SliceWorker *w) {
     return kQuantiserScale[w->stream->headers.pictureCoding.qScaleType & 1][w->macroblock.quantiserScaleCode & 31];
 }
 
+// Zeroes what the last macroblock left of its reduced residual, in steps of constant length.
+inline void clearReduced(SliceWorker *w) {
+    const int32_t blocks = blockCount(w);
+    int16_t *residual = w->reducedResidual;
+    std::memset(residual, 0, sizeof(int16_t[6 * 16]));
+    if (blocks > 6) std::memset(residual + 6 * 16, 0, sizeof(int16_t[2 * 16]));
+    if (blocks > 8) std::memset(residual + 8 * 16, 0, sizeof(int16_t[4 * 16]));
+    w->dirtyReduced = false;
+}
+
 // Zeroes what the last macroblock left.
 inline void clearBlocks(SliceWorker *w) {
     using L = NativeLanes;
@@ -40,6 +52,7 @@ inline void clearBlocks(SliceWorker *w) {
         for (int32_t i = 0; i < kBlockValues; i += 8) L::storeA(values + i, L::zero16());
     }
     w->dirtyBlocks = 0;
+    if (w->dirtyReduced) clearReduced(w);
 }
 
 // The predictor of block i of an intra macroblock after its differential. The DC size tables have one level and no
@@ -180,7 +193,23 @@ int32_t decodeIntraBlocks(SliceWorker *w) {
     return result;
 }
 
-// Blocks go where prediction finds their residual, see block_placement.cpp.
+// The place of a block whose placement entry is given. Interleaved rows of an entry of another format's row must not
+// lead out of the blocks.
+inline CodedBlock placedBlock(SliceWorker *w, int32_t entry, bool interleaved) {
+    constexpr int32_t kLast = kMaxBlocks * kBlockValues - (7 * 16 + 8);
+    const int32_t first = interleaved ? std::min(4 * entry, kLast) : 4 * entry;
+    return {w->blocks + first, entry, interleaved, BlockForm::full};
+}
+
+// The form of a block whose last code stands at `position`.
+inline BlockForm formAt(int32_t position, int32_t lowLimit) {
+    if (position <= 0) return BlockForm::single;
+    return (position & 63) <= lowLimit ? BlockForm::low : BlockForm::full;
+}
+
+// Blocks go where prediction finds their residual, see block_placement.cpp. Each is transformed as soon as it stands:
+// while the processor waits for one code to tell where the next one begins, it has time for the transform.
+// A block that an invalid code ends is transformed too, in its full form; those behind it stay zero.
 template <class Form>
 int32_t decodeNonIntraBlocks(SliceWorker *w) {
     clearBlocks(w);
@@ -196,13 +225,14 @@ int32_t decodeNonIntraBlocks(SliceWorker *w) {
     const bool mpeg1 = stream->streamType == 1;
     const bool fieldDct = h.pictureCoding.pictureStructure == structureFrame && w->macroblock.dctType == 1;
     const uint8_t *placement = stream->geometry.blockPlacement[fieldDct];
+    const StageFunction residualReconstruct = stream->chosen.residualReconstruct;
     BitWindow b = copyOf(w->bits);
     int32_t result = 0;
     while (coded != 0) {
         const int32_t i = std::countl_zero(coded);
         coded &= ~(kFirstBlockBit >> i);
         const bool interleaved = fieldDct && (i < 4 || blocks != 6);
-        int16_t *block = w->blocks + 4 * placement[i];
+        CodedBlock block = placedBlock(w, placement[i], interleaved);
         w->dirtyBlocks |= (interleaved ? 3 * (kFirstBlockBit >> 1) : kFirstBlockBit) >> (placement[i] >> 4);
         const auto &quantise = form.block(i);
         using Quantise = std::decay_t<decltype(quantise)>;
@@ -210,13 +240,17 @@ int32_t decodeNonIntraBlocks(SliceWorker *w) {
         const CoefficientCode *start = kFirstNonIntra.first;
         const int32_t position =
             interleaved
-                ? RunLevelReader<false, true, Quantise>{b, set, start, scan, mpeg1, block, -1, quantise}.read()
-                : RunLevelReader<false, false, Quantise>{b, set, start, scan, mpeg1, block, -1, quantise}.read();
+                ? RunLevelReader<false, true, Quantise>{b, set, start, scan, mpeg1, block.values, -1, quantise}.read()
+                : RunLevelReader<false, false, Quantise>{b, set, start, scan, mpeg1, block.values, -1, quantise}.read();
         if (position == kBadCoefficient) {
             result = -1;
-            break;
+            coded = 0;
+        } else {
+            noteBlock(w, i, position, Form::kLowLimit);
+            block.form = formAt(position, Form::kLowLimit);
         }
-        noteBlock(w, i, position, Form::kLowLimit);
+        w->codedBlock = block;
+        residualReconstruct(w);
     }
     putBack(w->bits, b);
     return result;

@@ -121,6 +121,7 @@ int32_t DecodeCoefficientsCompact(SliceWorker *w) {
     }
     putBack(w->bits, b);
     pairs ? DequantiseCompactPair(w, c) : DequantiseCompactSingle(w, c);
+    if (!m.macroblockIntra) stream->chosen.residualReconstruct(w);
     return 0;
 }
 

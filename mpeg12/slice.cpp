@@ -77,7 +77,6 @@ void reconstruct(SliceWorker *w, int32_t index) {
         raiseEvent(w->stream, &w->event, eventMacroblockDone);
         if (w->outputY && chosen.macroblockWriter) chosen.macroblockWriter(w);
     } else if ((type == pictureP || type == pictureB) && chosen.interDecoder) {
-        if (!w->macroblock.macroblockIntra) chosen.residualReconstruct(w);
         chosen.interDecoder(w, index);
     }
 }

@@ -8,6 +8,7 @@
 #include "core/threads.h"
 #include "input/bit_reader.h"
 #include "mpeg12/bit_window.h"
+#include "mpeg12/block_form.h"
 #include "tvk.h"
 
 namespace tvk {
@@ -27,6 +28,16 @@ struct PlaneView {
     int32_t stride;  // bytes
 };
 
+// A non-intra block whose coefficients stand.
+struct CodedBlock {
+    int16_t *values;   // its value 0, in SliceWorker::blocks
+    int32_t place;     // its entry of the placement table, see block_placement.cpp
+    bool interleaved;  // rows 16 values apart in place of 8
+    BlockForm form;
+
+    ptrdiff_t rowValues() const { return interleaved ? 16 : 8; }
+};
+
 struct SliceCounters {
     uint32_t slices, macroblocks, codedBlockPatterns, coefficientCalls;
 };
@@ -38,12 +49,14 @@ struct alignas(64) SliceWorker {
     alignas(64) uint8_t macroblockPixels[768];  // luma 16 rows of 16, from byte 256 interleaved chroma rows of 16
 
     BitWindow bits;
+    CodedBlock codedBlock;  // what residualReconstruct transforms
     MacroblockRecord macroblock;
     SliceHeaderRecord sliceHeader;
     int32_t dcPredictor[3];
     uint32_t lowBlockMask;     // bit 31 - i: block i may take the low form of the fast transform
     uint32_t dcOnlyBlockMask;  // bit 31 - i: block i holds nothing but its value 0
     uint32_t dirtyBlocks;      // bit 31 - i: block i of `blocks` may hold values other than zero
+    bool dirtyReduced;         // reducedResidual may
 
     // Position in units of 8 coded samples (chroma: 8 bytes), rows on a frame-line basis.
     int32_t blockX, blockY, chromaX, chromaY;
@@ -124,6 +137,7 @@ void selectBlockPlacement(VideoStream *stream);
 // Stage functions (reduce coefficient 1).
 int32_t DecodeCoefficientsFast(SliceWorker *worker);
 int32_t DecodeCoefficientsPrecise(SliceWorker *worker);
+// The residual functions transform codedBlock, at eighth size all blocks of the macroblock.
 // An intra macroblock into macroblockPixels in place of the frame, at either precision.
 void LocalIntraTransform(SliceWorker *worker);
 void IntraFast(SliceWorker *worker);

@@ -1,18 +1,14 @@
 // SPDX-License-Identifier: BSD-2-Clause
-// What is known of a block's coefficients, and so which form of a transform reads it.
+// Blocks by their forms, as the transforms take them.
 #pragma once
 
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 
-namespace tvk {
+#include "mpeg12/block_form.h"
 
-enum class BlockForm {
-    full,
-    low,    // rows 0..3 and columns 0..3 alone are read
-    single  // nothing but value 0; gives what both other forms give
-};
+namespace tvk {
 
 // A block as a reduced-size transform takes it. Its rows of 8 are on 16-byte bounds, `rowValues` apart.
 struct BlockSource {

@@ -56,16 +56,6 @@ struct HalfIdct {
         for (int i = 0; i < 4; ++i) L::storeHalf(dst + i * dstRowValues, m[i]);
     }
 
-    static void residualPair(const BlockSource &a, const BlockSource &b, LineLayout layout, int16_t *dstA,
-                             int16_t *dstB, ptrdiff_t dstRowValues) {
-        V m[4];
-        pairRows(a, b, layout, m);
-        for (int i = 0; i < 4; ++i) {
-            L::storeHalf(dstA + i * dstRowValues, m[i]);
-            L::storeHighHalf(dstB + i * dstRowValues, m[i]);
-        }
-    }
-
   private:
     static int32_t clamp16(int32_t x) { return x < -32768 ? -32768 : x > 32767 ? 32767 : x; }
 
@@ -85,22 +75,20 @@ struct HalfIdct {
     // Rows of 4 values in the lower lanes.
     static void rows(const BlockSource &block, LineLayout layout, V (&out)[4]) {
         V m[8], y[4];
-        switch (block.form) {
-            case BlockForm::single:
-                out[0] = out[1] = out[2] = out[3] = L::splat16(flat(block.values[0]));
-                return;
-            case BlockForm::low:
-                for (int i = 0; i < 4; ++i) m[i] = L::loadHalf(block.row(i));
-                aanLowPass<A>(m);
-                averageColumns(m, y);
-                toLines(y, m);
-                aanLowPass<A>(m);
-                break;
-            case BlockForm::full:
-                fullColumns(block, y);
-                toLines(y, m);
-                aanPass<A>(m);
-                break;
+        if (block.form == BlockForm::single) {
+            out[0] = out[1] = out[2] = out[3] = L::splat16(flat(block.values[0]));
+            return;
+        }
+        if (block.form == BlockForm::low) {
+            for (int i = 0; i < 4; ++i) m[i] = L::loadHalf(block.row(i));
+            aanLowPass<A>(m);
+            averageColumns(m, y);
+            toLines(y, m);
+            aanLowPass<A>(m);
+        } else {
+            fullColumns(block, y);
+            toLines(y, m);
+            aanPass<A>(m);
         }
         averageLines(m, layout, out);
     }

@@ -87,21 +87,4 @@ inline uint8_t *chromaPlace(const MacroblockPlace &place, int32_t pair, int32_t 
     return place.chroma.data + (pair & 1) * place.chroma.lower + (pair >> 1) * 2 * unit;
 }
 
-// A non-intra block in `blocks`.
-struct ResidualPlace {
-    int32_t entry;  // of the placement table
-    int16_t *block;
-    bool interleaved;  // rows 16 values apart in place of 8
-    ptrdiff_t rowValues;
-};
-
-inline ResidualPlace residualPlace(SliceWorker *worker, bool interleaved, int32_t blocks, int32_t i) {
-    const int32_t entry = worker->stream->geometry.blockPlacement[interleaved ? 1 : 0][i];
-    const bool wide = interleaved && (i < 4 || blocks > 6);
-    // No table row interleaves a block beyond this; a row that does not fit the format must not either.
-    constexpr int32_t kLast = kMaxBlocks * kBlockValues - (7 * 16 + 8);
-    const int32_t first = wide && 4 * entry > kLast ? kLast : 4 * entry;
-    return {entry, worker->blocks + first, wide, wide ? 16 : 8};
-}
-
 }  // namespace tvk

@@ -59,14 +59,6 @@ struct QuarterIdct {
         storeResidual(v, dst, dstRowValues);
     }
 
-    static void residualPair(const BlockSource &a, const BlockSource &b, LineLayout layout, int16_t *dstA,
-                             int16_t *dstB, ptrdiff_t dstRowValues) {
-        W va, vb;
-        pairValues(a, b, layout, va, vb);
-        storeResidual(va, dstA, dstRowValues);
-        storeResidual(vb, dstB, dstRowValues);
-    }
-
   private:
     // The odd inputs of pass 1 before their doubling, two to a 32-bit lane.
     struct OddInputs {

@@ -301,6 +301,65 @@ TEST(CoefficientEdges, invalidCodeEndsTheMacroblockBehindSeventeenBits) {
 }
 
 // Every pattern of 17 bits that begins no code.
+TEST(CoefficientEdges, eachNonIntraBlockIsHandedOverAsItStands) {
+    CoefficientState state(Form::fast);
+    state.c.fieldDct = true;
+    state.c.coded = 0xC8000000;  // blocks 0, 1 and 4
+    BitWriter w;
+    w.put(2, 2);  // a first coefficient alone
+    putEnd(w);
+    putEscape(w, false, 8, 1);  // scan position 8, then 10
+    putEscape(w, false, 1, 1);
+    putEnd(w);
+    putEscape(w, false, 9, 1);  // scan position 9
+    putEnd(w);
+    ASSERT_EQ(state.parse(w), 0);
+    ASSERT_EQ(state.handedOver.size(), 3U);
+    const auto &blocks = state.handedOver;
+    EXPECT_EQ(blocks[0].values, state.worker->blocks);
+    EXPECT_EQ(blocks[0].form, tvk::BlockForm::single);
+    EXPECT_TRUE(blocks[0].interleaved);
+    EXPECT_EQ(blocks[1].values, state.worker->blocks + 4 * 32);
+    EXPECT_EQ(blocks[1].form, tvk::BlockForm::full);
+    EXPECT_EQ(blocks[2].values, state.worker->blocks + 4 * 64);
+    EXPECT_EQ(blocks[2].form, tvk::BlockForm::low);
+    EXPECT_FALSE(blocks[2].interleaved);  // 4:2:0 chroma
+}
+
+TEST(CoefficientEdges, blockOfAnInvalidCodeIsHandedOverInItsFullForm) {
+    CoefficientState state(Form::fast);
+    state.c.coded = 0xC0000000;
+    BitWriter w;
+    w.put(2, 2);
+    w.put(17, 1);  // no code begins so
+    ASSERT_EQ(state.parse(w), -1);
+    ASSERT_EQ(state.handedOver.size(), 1U);
+    EXPECT_EQ(state.handedOver[0].values, state.worker->blocks);
+    EXPECT_EQ(state.handedOver[0].form, tvk::BlockForm::full);
+}
+
+TEST(CoefficientEdges, eighthSizeHandsOverTheMacroblockOnceItStands) {
+    CoefficientState state(Form::compact);
+    state.c.coded = 0xC0000000;
+    BitWriter w;
+    for (int i = 0; i < 2; ++i) {
+        w.put(2, 2);
+        putEnd(w);
+    }
+    ASSERT_EQ(state.parse(w), 0);
+    EXPECT_EQ(state.handedOver.size(), 1U);
+}
+
+TEST(CoefficientEdges, reducedResidualOfTheLastMacroblockIsCleared) {
+    CoefficientState state(Form::fast);
+    state.c.coded = 0;
+    for (int16_t &value : state.worker->reducedResidual) value = 7;
+    state.worker->dirtyReduced = true;
+    ASSERT_EQ(state.parse(BitWriter()), 0);
+    for (int i = 0; i < 6 * 16; ++i) ASSERT_EQ(state.worker->reducedResidual[i], 0) << i;
+    EXPECT_FALSE(state.worker->dirtyReduced);
+}
+
 TEST(CoefficientEdges, unassignedPatternsAreInvalidInAllForms) {
     for (const bool tableOne : {false, true}) {
         const CodeTable &table = codeTable(tableOne);

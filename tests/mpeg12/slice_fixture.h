@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "input/video_input.h"
+#include "mpeg12/macroblock_header.h"
 #include "mpeg12/worker.h"
 #include "support/bit_writer.h"
 
@@ -88,7 +89,7 @@ struct SliceTest : testing::Test, SliceState {
     static inline std::vector<const CallbackEvent *> eventRecords;
     static inline std::vector<uint32_t> order;  // event codes, and the marks of the recording stages
     static inline int32_t current;              // index that the inter decoder was given
-    static constexpr uint32_t kParsed = 1001, kIntra = 1002, kResidual = 1003, kInter = 1004, kWritten = 1005;
+    static constexpr uint32_t kParsed = 1001, kIntra = 1002, kInter = 1003, kWritten = 1004;
 
     SliceTest() {
         seen.clear();
@@ -110,7 +111,6 @@ struct SliceTest : testing::Test, SliceState {
             order.push_back(kIntra);
             note(w, 0);
         };
-        chosen.residualReconstruct = [](tvk::SliceWorker *) { order.push_back(kResidual); };
         chosen.interDecoder = [](tvk::SliceWorker *w, int32_t index) {
             order.push_back(kInter);
             note(w, index);
@@ -132,6 +132,7 @@ struct SliceTest : testing::Test, SliceState {
     void setType(tvk::PictureType type) { headers().picture.pictureCodingType = static_cast<uint8_t>(type); }
     void decode(const BitWriter &bits) {
         load(bits);
+        stream->chosen.headerReader = tvk::headerReaderFor(stream.get());
         tvk::DecodeSlice(worker.get());
     }
 };
