@@ -51,11 +51,33 @@ constexpr FirstCodes buildFirstNonIntra(const CoefficientSet &set) {
     return codes;
 }
 
+constexpr CodeStep stepOf(const CoefficientSet &set, uint32_t bits) {
+    CodeStep step{};
+    while (!step.endOfBlock) {
+        // The zeros behind the bits that are left belong to no code that is not longer than these.
+        const uint32_t left = bits << step.length & ((1U << kCodeStepBits) - 1);
+        const CoefficientCode &code = findCoefficient(set, left << (kLongestCoefficientCode - kCodeStepBits));
+        if (step.length + code.length > kCodeStepBits || code.step == stepEscape) break;
+        step.length = static_cast<uint8_t>(step.length + code.length);
+        step.endOfBlock = code.step == stepEndOfBlock;
+    }
+    return step;
+}
+
+constexpr CodeSteps buildSteps(const CoefficientSet &set) {
+    CodeSteps steps{};
+    for (uint32_t i = 0; i < 1U << kCodeStepBits; ++i) steps.at[i] = stepOf(set, i);
+    return steps;
+}
+
 }  // namespace
 
 constexpr CoefficientSet kCoefficientsNonIntra = buildSet(codes::kRunLevelsB14, codes::kEndOfBlockB14, true);
 constexpr FirstCodes kFirstNonIntra = buildFirstNonIntra(kCoefficientsNonIntra);
 constexpr CoefficientSet kCoefficientsIntraB14 = buildSet(codes::kRunLevelsB14, codes::kEndOfBlockB14, false);
 constexpr CoefficientSet kCoefficientsIntraB15 = buildSet(codes::kRunLevelsB15, codes::kEndOfBlockB15, false);
+
+constexpr CodeSteps kStepsB14 = buildSteps(kCoefficientsIntraB14);
+constexpr CodeSteps kStepsB15 = buildSteps(kCoefficientsIntraB15);
 
 }  // namespace tvk

@@ -43,11 +43,24 @@ extern const CoefficientSet kCoefficientsIntraB15;
 inline constexpr int32_t kFirstArrayBits = 9;
 
 // `next` holds the next 17 bits.
-inline const CoefficientCode &findCoefficient(const CoefficientSet &set, uint32_t next) {
+constexpr const CoefficientCode &findCoefficient(const CoefficientSet &set, uint32_t next) {
     const uint32_t head = next >> 8;
     if (head >= 8) return set.first[head];
     if (head != 0) return set.second[head + 8 * (next >> 3 & 31)];
     return set.third[next];
 }
+
+// What the next bits hold in whole codes, for a reader that wants none of their values: their bits together, up to and
+// with an end of block. A length of 0: the first code is longer than the index, an escape or invalid.
+struct CodeStep {
+    uint8_t length;
+    bool endOfBlock;
+};
+
+inline constexpr int32_t kCodeStepBits = 12;
+struct CodeSteps {
+    alignas(64) CodeStep at[1 << kCodeStepBits];
+};
+extern const CodeSteps kStepsB14, kStepsB15;
 
 }  // namespace tvk

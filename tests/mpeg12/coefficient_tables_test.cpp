@@ -109,5 +109,31 @@ TEST(CoefficientSets, levelsOfEachRunAreThoseOfTheStandard) {
     }
 }
 
+// The obvious form: whole codes one by one as long as they fit.
+TEST(CodeSteps, holdAsManyWholeCodesAsFitUpToAnEndOfBlock) {
+    const std::pair<const CodeSteps *, const CoefficientSet *> kPairs[] = {{&kStepsB14, &kCoefficientsIntraB14},
+                                                                           {&kStepsB15, &kCoefficientsIntraB15}};
+    for (const auto &[steps, set] : kPairs) {
+        for (uint32_t index = 0; index < 1U << kCodeStepBits; ++index) {
+            const CodeStep step = steps->at[index];
+            int32_t used = 0;
+            bool ended = false;
+            while (!ended) {
+                // The same first code whatever follows the index: it lies within it.
+                const uint32_t left = index << (32 - kCodeStepBits + used);
+                const uint32_t ones = used < kCodeStepBits ? 0xFFFFFFFFU >> (kCodeStepBits - used) : 0xFFFFFFFFU;
+                const CoefficientCode &zeros = findCoefficient(*set, left >> 15);
+                const CoefficientCode &filled = findCoefficient(*set, (left | ones) >> 15);
+                if (&zeros != &filled && (zeros.length != filled.length || zeros.step != filled.step)) break;
+                if (zeros.length > kCodeStepBits - used || zeros.step == stepEscape) break;
+                used += zeros.length;
+                ended = zeros.step == stepEndOfBlock;
+            }
+            ASSERT_EQ(step.length, used) << index;
+            ASSERT_EQ(step.endOfBlock, ended) << index;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace tvk::test
