@@ -31,6 +31,7 @@ struct NeonLanes {
     static U8x16 loadU(const uint8_t *p) { return {vld1q_u8(p)}; }
     static I16x8 loadHalf(const int16_t *p) { return {vreinterpretq_s16_u8(loadHalf(bytesAt(p)).v)}; }
     static U8x16 loadHalf(const uint8_t *p) { return {vcombine_u8(vld1_u8(p), vdup_n_u8(0))}; }
+    static I16x8 loadQuarter(const int16_t *p) { return asI16(loadQuarter(bytesAt(p))); }
     static U8x16 loadQuarter(const uint8_t *p) {
         uint32_t x;
         std::memcpy(&x, p, 4);

@@ -32,6 +32,7 @@ struct PortableLanes {
     static U8x16 loadU(const uint8_t *p) { return loadBytes<U8x16>(p, 16); }
     static I16x8 loadHalf(const int16_t *p) { return loadBytes<I16x8>(p, 8); }
     static U8x16 loadHalf(const uint8_t *p) { return loadBytes<U8x16>(p, 8); }
+    static I16x8 loadQuarter(const int16_t *p) { return loadBytes<I16x8>(p, 4); }
     static U8x16 loadQuarter(const uint8_t *p) { return loadBytes<U8x16>(p, 4); }
     static void storeA(int16_t *p, I16x8 a) { std::memcpy(p, a.v, 16); }
     static void storeA(uint8_t *p, U8x16 a) { std::memcpy(p, a.v, 16); }

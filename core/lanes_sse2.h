@@ -31,11 +31,8 @@ struct Sse2Lanes {
     static U8x16 loadU(const uint8_t *p) { return {_mm_loadu_si128(at(p))}; }
     static I16x8 loadHalf(const int16_t *p) { return {_mm_loadl_epi64(at(p))}; }
     static U8x16 loadHalf(const uint8_t *p) { return {_mm_loadl_epi64(at(p))}; }
-    static U8x16 loadQuarter(const uint8_t *p) {
-        int32_t x;
-        std::memcpy(&x, p, 4);
-        return {_mm_cvtsi32_si128(x)};
-    }
+    static I16x8 loadQuarter(const int16_t *p) { return {loadLowest(p)}; }
+    static U8x16 loadQuarter(const uint8_t *p) { return {loadLowest(p)}; }
     static void storeA(int16_t *p, I16x8 a) { _mm_store_si128(at(p), a.v); }
     static void storeA(uint8_t *p, U8x16 a) { _mm_store_si128(at(p), a.v); }
     static void storeA(int32_t *p, I32x4 a) { _mm_store_si128(at(p), a.v); }
@@ -169,6 +166,11 @@ struct Sse2Lanes {
   private:
     static const __m128i *at(const void *p) { return static_cast<const __m128i *>(p); }
     static __m128i *at(void *p) { return static_cast<__m128i *>(p); }
+    static __m128i loadLowest(const void *p) {
+        int32_t x;
+        std::memcpy(&x, p, 4);
+        return _mm_cvtsi32_si128(x);
+    }
     static void storeUpper(void *p, __m128i a) { _mm_storel_epi64(at(p), _mm_unpackhi_epi64(a, a)); }
 };
 

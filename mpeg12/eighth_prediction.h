@@ -4,9 +4,13 @@
 
 #include <cstdint>
 
+#include "core/inline.h"
 #include "mpeg12/reduced_geometry.h"
 
 namespace tvk {
+
+// What a macroblock without a coded block adds.
+alignas(64) inline constexpr int16_t kZeroResidual[kMaxBlocks * kBlockValues] = {};
 
 // How several sources meet.
 enum class Combine : uint8_t {
@@ -37,16 +41,27 @@ constexpr uint8_t combineSums(const int32_t (&sum)[sources], int32_t residual) {
     }
 }
 
-// A source of one plane, ready to be weighed: its first sample, the distances to the neighbours, the phases in 1 / 16.
+// A source of one plane, ready to be weighed: its first sample, the distances to the neighbours, and the weights of the
+// four, which add up to 256.
 struct EighthSource {
     const uint8_t *p;
     ptrdiff_t right, below;
-    int32_t phaseX, phaseY;
+    int32_t here, toRight, downward, across;
 
-    int32_t sumAt(ptrdiff_t i) const {
+    // Phases in 1 / 16.
+    EighthSource(const uint8_t *first, ptrdiff_t rightStep, ptrdiff_t belowStep, int32_t phaseX, int32_t phaseY)
+        : p(first),
+          right(rightStep),
+          below(belowStep),
+          here((16 - phaseX) * (16 - phaseY)),
+          toRight(phaseX * (16 - phaseY)),
+          downward((16 - phaseX) * phaseY),
+          across(phaseX * phaseY) {}
+    EighthSource() = default;
+
+    TVK_INLINE int32_t sumAt(ptrdiff_t i) const {
         const uint8_t *q = p + i;
-        return (16 - phaseY) * ((16 - phaseX) * q[0] + phaseX * q[right]) +
-               phaseY * ((16 - phaseX) * q[below] + phaseX * q[below + right]);
+        return here * q[0] + toRight * q[right] + downward * q[below] + across * q[below + right];
     }
 };
 
@@ -71,7 +86,7 @@ inline void predictEighthPlane(uint8_t *out, ptrdiff_t stride, int32_t rows, int
         for (int32_t x = 0; x < bytes; ++x) {
             int32_t sum[count];
             for (int i = 0; i < count; ++i) sum[i] = sources[i].sumAt(stride * row + x);
-            out[stride * row + x] = combineSums<count, combine>(sum, residual ? residual[residualAt(row, x)] : 0);
+            out[stride * row + x] = combineSums<count, combine>(sum, residual[residualAt(row, x)]);
         }
 }
 
@@ -81,7 +96,7 @@ void predictEighth(SliceWorker *w, const MacroblockTarget &t, PredictedRows code
                    const PredictionSource (&sources)[count]) {
     using Shape = ReducedShape<k>;
     constexpr int32_t height = k.chroma == chroma420 ? 2 : 1, chromaBytes = Shape::bytes * k.chromaColumns();
-    const int32_t rows = Shape::rows(coded.count), first = Shape::rows(coded.first);
+    const int32_t rows = Shape::rows(k.field ? coded.count : 16), first = Shape::rows(k.field ? coded.first : 0);
     const int32_t chromaRows = rows / height, chromaFirst = first / height;
     const int64_t lumaAt = static_cast<int64_t>(w->currentLuma.stride) * (w->blockY + first) + w->blockX;
     const int64_t chromaAt = static_cast<int64_t>(w->currentChroma.stride) * (w->chromaY + chromaFirst) + w->chromaX;
@@ -94,13 +109,13 @@ void predictEighth(SliceWorker *w, const MacroblockTarget &t, PredictedRows code
         chroma[i] = eighthSource<k, 2>(*s.chroma, chromaAt, chromaRows, chromaBytes, form, chromaX, chromaY, s.line);
     }
     predictEighthPlane<count, combine>(t.luma + t.lumaStride * first, t.lumaStride, rows, Shape::bytes, luma,
-                                       w->lumaResidual ? w->residual : nullptr,
+                                       w->lumaResidual ? w->residual : kZeroResidual,
                                        [=](int32_t row, int32_t x) { return reducedLumaResidual<k>(first + row, x); });
-    predictEighthPlane<count, combine>(t.chroma + t.chromaStride * chromaFirst, t.chromaStride, chromaRows, chromaBytes,
-                                       chroma, w->chromaResidual ? w->residual : nullptr, [=](int32_t row, int32_t x) {
-                                           return reducedChromaResidual<k>(chromaFirst + row, x % Shape::bytes,
-                                                                           x / Shape::bytes);
-                                       });
+    predictEighthPlane<count, combine>(
+        t.chroma + t.chromaStride * chromaFirst, t.chromaStride, chromaRows, chromaBytes, chroma,
+        w->chromaResidual ? w->residual : kZeroResidual, [=](int32_t row, int32_t x) {
+            return reducedChromaResidual<k>(chromaFirst + row, x % Shape::bytes, x / Shape::bytes);
+        });
 }
 
 // Two directions of a frame or field: the frame pictures of 4:2:0 take two passes, all others one.

@@ -14,8 +14,6 @@
 
 namespace tvk {
 
-alignas(64) inline constexpr int16_t kZeroResidual[kMaxBlocks * kBlockValues] = {};
-
 template <PictureKind k>
 struct Inter {
     static constexpr int32_t kForward = 0, kBackward = 1;
