@@ -37,7 +37,8 @@ inline int32_t chromaPairs(const SliceWorker *worker) {
 }
 
 // Sets lumaOffset and chromaOffset, `unit` being the stored bytes of 8 coded samples. Where a stream's headers do not
-// fit its frames a macroblock could reach out of a plane; false then, and nothing is to be written.
+// fit its frames a macroblock could reach out of a plane; false then, the offsets stay inside, and nothing is to be
+// written.
 inline bool locateMacroblock(SliceWorker *worker, int32_t unit, MacroblockPlace &place) {
     const bool frame = framePicture(worker);
     const bool interleaved = fieldDct(worker);
@@ -50,8 +51,6 @@ inline bool locateMacroblock(SliceWorker *worker, int32_t unit, MacroblockPlace 
     const bool second = !frame && worker->pictureStructureIndex == 1;  // the field of the odd lines
     const int64_t lumaStart = luma + (second ? worker->currentLuma.stride : 0);
     const int64_t chromaStart = chroma + (second ? worker->currentChroma.stride : 0);
-    worker->lumaOffset = static_cast<uint32_t>(lumaStart);
-    worker->chromaOffset = static_cast<uint32_t>(chromaStart);
 
     // A field's macroblock lies within twice as many lines of the frame.
     const auto fits = [&](const PlaneView &plane, int64_t offset, int32_t rows, int32_t columns) {
@@ -60,6 +59,8 @@ inline bool locateMacroblock(SliceWorker *worker, int32_t unit, MacroblockPlace 
     };
     if (!fits(worker->currentLuma, luma, 2, 2)) return false;
     if (pairs > 0 && !fits(worker->currentChroma, chroma, pairs > 1 ? 2 : 1, pairs > 2 ? 4 : 2)) return false;
+    worker->lumaOffset = static_cast<uint32_t>(lumaStart);
+    worker->chromaOffset = static_cast<uint32_t>(chromaStart);
 
     const auto placeOf = [&](const PlaneView &plane, int64_t offset, bool interleave) {
         const ptrdiff_t stride = plane.stride;
