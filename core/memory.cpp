@@ -6,6 +6,17 @@
 
 #include <unistd.h>
 
+#if defined(__SANITIZE_ADDRESS__)
+#define TVK_ADDRESS_CHECKED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define TVK_ADDRESS_CHECKED 1
+#endif
+#endif
+#if defined(TVK_ADDRESS_CHECKED)
+#include <sanitizer/asan_interface.h>
+#endif
+
 namespace tvk {
 
 std::atomic<AllocationHook> allocationHook{nullptr};
@@ -32,6 +43,16 @@ bool mayAllocate(size_t size) {
 
 Origin *originOf(const void *block) {
     return reinterpret_cast<Origin *>(reinterpret_cast<uintptr_t>(block) - kOriginDistance);
+}
+
+// The room that alignment leaves ahead of an aligned block and behind it is nobody's: a memory checker is to say so.
+void forbidRoom([[maybe_unused]] const uint8_t *plain, [[maybe_unused]] const uint8_t *block,
+                [[maybe_unused]] size_t size) {
+#if defined(TVK_ADDRESS_CHECKED)
+    const uint8_t *origin = block - kOriginDistance, *end = plain + size + kHeadRoom;
+    __asan_poison_memory_region(origin + sizeof(Origin), kOriginDistance - sizeof(Origin));
+    __asan_poison_memory_region(block + size, static_cast<size_t>(end - (block + size)));
+#endif
 }
 
 }  // namespace
@@ -61,6 +82,7 @@ void *allocateAligned(size_t size, size_t alignment) {
     const uintptr_t address = (reinterpret_cast<uintptr_t>(plain) + kHeadRoom) & ~(kLargestAlignment - 1);
     void *block = reinterpret_cast<void *>(address);
     *originOf(block) = {plain, size};
+    forbidRoom(static_cast<const uint8_t *>(plain), static_cast<const uint8_t *>(block), size);
     return block;
 }
 
