@@ -112,9 +112,13 @@ int main(int argc, char **argv) {
         if (options.json != "-") printTable(clips.back());
     }
     if (options.json.empty()) return 0;
-    std::ofstream file;
-    if (options.json != "-") file.open(options.json);
-    writeJson(options.json == "-" ? std::cout : file, clips, options.rules, counterInUse());
+    if (options.json == "-") {
+        writeJson(std::cout, clips, options.rules, counterInUse());
+        return 0;
+    }
+    std::ofstream file(options.json);
+    writeJson(file, clips, options.rules, counterInUse());
     file.close();
+    if (!file) std::fprintf(stderr, "%s: can't be written\n", options.json.c_str());
     return file ? 0 : 1;
 }
