@@ -46,14 +46,14 @@ int32_t describe(VideoSource *table, StreamDescription *description) {
     return 0;
 }
 
-// An index belongs to one video stream of a container.
+// An index belongs to one video stream of a container, on machines of either byte order.
 int32_t getFingerprint(ElementarySource &source, void *out) {
     uint64_t value;
     if (source.raw.sequential) return tvkSourceErrNoSeek;
     const int32_t failure = fingerprint(source.raw, value);
     if (failure != 0) return failure;
     if (source.container != nullptr) value ^= static_cast<uint64_t>(source.activeLayer);
-    std::memcpy(out, &value, sizeof value);
+    for (size_t i = 0; i < sizeof value; ++i) static_cast<uint8_t *>(out)[i] = static_cast<uint8_t>(value >> 8 * i);
     return 0;
 }
 

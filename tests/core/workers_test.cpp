@@ -78,9 +78,11 @@ struct Workers : tvktest::StreamTest {
     void loadSlices(uint32_t slices) {
         source.bytes.clear();
         source.position = 0;
-        for (uint32_t row = 1; row <= slices; ++row)
-            source.bytes.insert(source.bytes.end(), {0, 0, 1, static_cast<uint8_t>(row), 0x0B, 0x80, 0x40});
-        source.bytes.insert(source.bytes.end(), {0, 0, 1, 0});
+        const auto add = [this](std::initializer_list<uint32_t> bytes) {
+            for (const uint32_t byte : bytes) source.bytes.push_back(static_cast<uint8_t>(byte));
+        };
+        for (uint32_t row = 1; row <= slices; ++row) add({0, 0, 1, row, 0x0B, 0x80, 0x40});
+        add({0, 0, 1, 0});
         ASSERT_GT(RefillUnit(stream->input), 0);
     }
 };

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: BSD-2-Clause
 // How far a loaded unit is taken into the library's block: headers at once, slices when they are wanted.
+#include <bit>
+
 #include "input_fixture.h"
 
 namespace {
@@ -34,7 +36,10 @@ TEST_P(Taking, walkOverHeadersLeavesTheSlicesAlone) {
     for (int32_t code : {0x1B5, 0x101, 0x102, 0x1B8, 0x100}) EXPECT_EQ(NextStartCode(input), code);
     expectTaken(0, kHeaders + kHeaderReach);
     expectTaken(kGroup, kUnitBytes);
-    EXPECT_NE(byteAt(kHeaders + kSecondSlice), (1 + kHeaders + kSecondSlice) & 0xFF);
+    // On a big-endian machine words lie as they come.
+    if (std::endian::native == std::endian::little) {
+        EXPECT_NE(byteAt(kHeaders + kSecondSlice), (1 + kHeaders + kSecondSlice) & 0xFF);
+    }
 }
 
 TEST_P(Taking, whoWantsTheSlicesGetsThemAll) {

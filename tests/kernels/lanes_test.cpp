@@ -308,11 +308,15 @@ TYPED_TEST(Lanes, loadsAndStoresTouchTheirBytesAlone) {
     const auto half = this->template values<uint8_t>(L::loadHalf(in + 3));
     const auto quarter = this->template values<uint8_t>(L::loadQuarter(in + 3));
     const auto halfWords = this->template values<int16_t>(L::loadHalf(words));
+    const auto quarterWords = this->template values<int16_t>(L::loadQuarter(words));
     for (size_t i = 0; i < 16; ++i) {
         EXPECT_EQ(half[i], i < 8 ? in[3 + i] : 0);
         EXPECT_EQ(quarter[i], i < 4 ? in[3 + i] : 0);
     }
-    for (size_t i = 0; i < 8; ++i) EXPECT_EQ(halfWords[i], i < 4 ? words[i] : 0);
+    for (size_t i = 0; i < 8; ++i) {
+        EXPECT_EQ(halfWords[i], i < 4 ? words[i] : 0);
+        EXPECT_EQ(quarterWords[i], i < 2 ? words[i] : 0);
+    }
 }
 
 TYPED_TEST(Lanes, constantsFillAllLanes) {

@@ -72,6 +72,8 @@ struct FakeSource {
     int32_t openResult = 0, closeResult = 0;
     int32_t failDescribeFrom = -1;  // describe fails from this call on, counted from 0
     int32_t describeError = -3998;
+    int64_t callsToFailure = -1;  // the call after so many fails with callError; negative: none
+    int32_t callError = -3997;
 
     // What happened.
     std::vector<SourceCall> log;
@@ -108,6 +110,7 @@ struct FakeSource {
 
     int32_t record(SourceCall call) {
         if (const auto failure = failures.find(call.slot); failure != failures.end()) call.result = failure->second;
+        if (callsToFailure >= 0 && callsToFailure-- == 0) call.result = callError;
         log.push_back(call);
         return call.result;
     }
@@ -288,7 +291,8 @@ struct FakeSource {
             call.result = failure->second;
         const int32_t result = s.record(call);
         if (result != 0) return result;
-        if (number == 0) std::memcpy(out, &s.identity, 8);
+        for (size_t i = 0; number == 0 && i < 8; ++i)
+            static_cast<uint8_t *>(out)[i] = static_cast<uint8_t>(s.identity >> 8 * i);
         if (number == 8) *static_cast<uint32_t *>(out) = s.ownsBuffer ? 1 : 0;
         if (number == 9) *static_cast<int32_t *>(out) = s.activeLayer;
         if (number == 11) *static_cast<int32_t *>(out) = s.bitRate;
