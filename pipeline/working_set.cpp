@@ -12,11 +12,6 @@
 
 namespace tvk {
 
-struct RetiredFrames {
-    RetiredFrames *next;
-    VideoFrame *frame[3];
-};
-
 namespace {
 
 constexpr int32_t kMemoryManagerReplaced = 0;
@@ -44,6 +39,27 @@ bool makeThree(const VideoStream *stream, VideoFrame *made[3], int32_t &result) 
     return true;
 }
 
+void destroyNodes(RetiredFrames *node) {
+    while (node) {
+        RetiredFrames *next = node->next;
+        for (VideoFrame *frame : node->frame) destroyFrame(frame);
+        release(node);
+        node = next;
+    }
+}
+
+// The newest set stays whatever its size is; of the others those that kMostRetiredBytes has room for, newest first.
+void dropOldest(RetiredFrames *newest) {
+    size_t bytes = retiredBytes(newest);
+    for (RetiredFrames *node = newest; node->next; node = node->next) {
+        bytes += retiredBytes(node->next);
+        if (bytes <= kMostRetiredBytes) continue;
+        destroyNodes(node->next);
+        node->next = nullptr;
+        return;
+    }
+}
+
 // Applications may hold pointers to the old frames, so these live as long as the stream. Frames that no application
 // has seen go at once: a stream may change its size with every picture.
 bool retireFrames(FramePipeline &frames) {
@@ -57,6 +73,7 @@ bool retireFrames(FramePipeline &frames) {
     node->next = frames.retired;
     std::memcpy(node->frame, frames.workFrame, sizeof node->frame);
     frames.retired = node;
+    dropOldest(node);
     return true;
 }
 
@@ -133,6 +150,13 @@ void openRecord(VideoStream *stream) {
 
 }  // namespace
 
+size_t retiredBytes(const RetiredFrames *set) {
+    size_t bytes = sizeof *set;
+    for (const VideoFrame *frame : set->frame)
+        bytes += sizeof *frame + alignedSize(frame->lumaPlane.data) + alignedSize(frame->chromaPlane.data);
+    return bytes;
+}
+
 int32_t pictureSize(const VideoPlane &luma) {
     return luma.stride * roundUp(luma.height, 32);
 }
@@ -179,11 +203,8 @@ void rotateFrames(VideoStream *stream, uint32_t highestDelivered) {
 }
 
 void destroyRetiredFrames(VideoStream *stream) {
-    while (RetiredFrames *node = stream->frames.retired) {
-        stream->frames.retired = node->next;
-        for (VideoFrame *frame : node->frame) destroyFrame(frame);
-        release(node);
-    }
+    destroyNodes(stream->frames.retired);
+    stream->frames.retired = nullptr;
 }
 
 }  // namespace tvk

@@ -2,11 +2,23 @@
 // The three working frames: when they are replaced, and how they take turns.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "core/stream.h"
 
 namespace tvk {
+
+// Working frames that others have replaced, newest first.
+struct RetiredFrames {
+    RetiredFrames *next;
+    VideoFrame *frame[3];
+};
+
+// Sets behind the newest one are freed as far as all of them together take more than this: a stream that changes its
+// size all the time would fill the machine with what nobody may read any more.
+inline constexpr size_t kMostRetiredBytes = size_t{256} << 20;
+size_t retiredBytes(const RetiredFrames *set);
 
 // At every picture, before its header is parsed: the working frames, the ring, the slot table and the macroblock
 // geometry follow the sequence and the settings. On failure nothing has changed, and pictures that the frames do not
