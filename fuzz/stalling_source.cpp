@@ -11,7 +11,9 @@ StallingSource &front(VideoSource *source) {
 
 int32_t readUnit(VideoSource *source, uint32_t id, PictureUnit *unit, uint32_t *byteCount) {
     StallingSource &s = front(source);
-    if (s.stallsNow()) {
+    const bool stalls = s.stallsNow();
+    ++s.reads;
+    if (stalls) {
         *byteCount = 0xFFFFFFFF;
         return 0;
     }
@@ -77,7 +79,6 @@ bool StallingSource::stallsNow() {
     if (!pattern || patternSize == 0) return false;
     const uint8_t byte = pattern[reads / 8 % patternSize];
     const bool stalls = (byte >> reads % 8 & 1) && stallsInARow < 3 && stallsLeft > 0;
-    ++reads;
     stallsInARow = stalls ? stallsInARow + 1 : 0;
     stallsLeft -= stalls;
     return stalls;

@@ -14,7 +14,8 @@ struct StallingSource {
     VideoSource *inner;
     const uint8_t *pattern;  // a bit for each read: no data yet. Null never stalls
     size_t patternSize;
-    size_t reads = 0, units = 0, stallsInARow = 0;
+    size_t reads = 0, units = 0;  // calls of readUnit; those that gave bytes or the end
+    size_t stallsInARow = 0;
     size_t stallsLeft = 300;  // a jump starts anew each time, and needs its reads in a row
     bool stamped;
 

@@ -124,7 +124,7 @@ TEST_F(HostileIndex, reservedChromaFormatMakesNoFrames) {
 
 TEST_F(HostileIndex, countsThatTheFileDoesNotHoldAreRefused) {
     Bytes bytes = table;
-    for (const uint32_t count : {0x10000u, 0x3FFFFFFu, 0x4000000u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
+    for (const uint32_t count : {0x10000u, 0x3FFFFFFu, 0x4000000u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
         setWord(bytes, kFactsStart + 4 * kEntryCountWord, count);
         save(bytes);
         Application application;

@@ -8,6 +8,7 @@
 #include "core/memory.h"
 #include "core/stream.h"
 #include "fuzz/application.h"
+#include "pipeline/working_set.h"
 #include "stream_writer/headers.h"
 #include "stream_writer/profiles.h"
 #include "stream_writer/slice_writer.h"
@@ -39,6 +40,13 @@ Bytes greyStream(const SequenceParameters &s, uint32_t pictures) {
     for (uint32_t i = 0; i < pictures; ++i) putGreyPicture(w, s, i);
     putSequenceEnd(w);
     return w.bytes;
+}
+
+// Where the unit of the first picture begins: right behind its start code.
+size_t countBytesUpToPicture(const Bytes &bytes) {
+    size_t at = 0;
+    while (bytes[at] != 0 || bytes[at + 1] != 0 || bytes[at + 2] != 1 || bytes[at + 3] != 0) ++at;
+    return at + 4;
 }
 
 std::atomic<size_t> largestRequest;
@@ -162,6 +170,62 @@ TEST(Hostile, sizesThatChangeAheadOfAnyFrameTakeNoMemory) {
     EXPECT_EQ(application.stream->frames.retired, nullptr);
 }
 
+// Frames that were handed out are kept when others replace them, the newest as a rule, of the older ones so many.
+TEST(Hostile, sizesThatChangeBehindEveryFrameTakeBoundedMemory) {
+    Bytes bytes;
+    for (uint32_t i = 0; i < 24; ++i) {
+        const Bytes one = announcedSize(i % 2 ? 2048 : 2032, 2048);
+        bytes.insert(bytes.end(), one.begin(), one.end());
+    }
+    Application application;
+    ASSERT_TRUE(application.open(bytes.data(), bytes.size(), tvkSourceAnyContent));
+    size_t frames = 0, most = 0, sets = 0;
+    for (int ends = 0; ends < 3;) {
+        const bool delivered = application.step(Loop::main) != nullptr;
+        frames += delivered;
+        ends = delivered ? 0 : ends + 1;
+        size_t bytesKept = 0;
+        sets = 0;
+        for (const tvk::RetiredFrames *set = application.stream->frames.retired; set; set = set->next, ++sets)
+            bytesKept += tvk::retiredBytes(set);
+        most = std::max(most, bytesKept);
+    }
+    EXPECT_EQ(frames, 72u);
+    EXPECT_LE(most, tvk::kMostRetiredBytes);
+    EXPECT_GT(sets, 8u);
+    EXPECT_LT(sets, 23u);
+}
+
+// A unit of 4 MiB is taken whole, a longer one in pieces, by every way that its bytes may come.
+TEST(Hostile, unitsAroundFourMebibytes) {
+    for (const int32_t beyond : {-1, 0, 1, 3 << 20, 5 << 20}) {
+        SCOPED_TRACE(beyond);
+        SequenceParameters s;
+        BitWriter w;
+        putSequence(w, s);
+        putGreyPicture(w, s, 0);
+        const size_t first = countBytesUpToPicture(w.bytes);
+        w.bytes.resize(first +
+                       static_cast<size_t>((4 << 20) + beyond - 4));  // the next picture's start code is its end
+        putGreyPicture(w, s, 1);
+        putSequenceEnd(w);
+        constexpr uint32_t kAny = tvkSourceAnyContent;
+        for (const uint32_t flags : {kAny, kAny | tvkSourceOwnsBuffer, kAny | tvkSourceFillsBuffer}) {
+            SCOPED_TRACE(flags);
+            Application application;
+            ASSERT_TRUE(application.open(w.bytes.data(), w.bytes.size(), flags));
+            largestRequest = 0;
+            tvk::allocationHook = refuseAbove64MiB;
+            size_t frames = 0;
+            while (application.step(Loop::main)) ++frames;
+            tvk::allocationHook = nullptr;
+            EXPECT_EQ(application.result, tvkErrEndOfStream);
+            EXPECT_EQ(frames, 2u);
+            EXPECT_LE(largestRequest, size_t{8 << 20} + 4096);
+        }
+    }
+}
+
 TEST(Hostile, userDataAtTheLimitAndBeyond) {
     for (const uint32_t length : {65520u, 65530u, 65534u, 65535u, 65536u, 200000u}) {
         SCOPED_TRACE(length);
@@ -211,6 +275,31 @@ TEST(Hostile, writersStayInsideTheApplicationsBuffer) {
                 }
                 EXPECT_EQ(application.result, tvkErrEndOfStream);
             }
+        }
+    }
+}
+
+// MPEG-1 has no fields, and what the last MPEG-2 picture said about its structure stays in the records.
+TEST(Hostile, writersStayInsideThePlanesOfMpeg1BehindFieldPictures) {
+    for (const uint32_t structureSeed : {1u, 2u, 3u, 4u}) {
+        RandomStreamOptions fields = interlacedOptions(1, 100), frames = mpeg1Options();
+        fields.seed = structureSeed;
+        fields.frames = structureSeed;
+        frames.intra = 60;
+        for (RandomStreamOptions *options : {&fields, &frames}) options->sequence.width = options->sequence.height = 48;
+        fields.sequenceEnd = false;
+        Bytes bytes = makeRandomStream(fields).bytes;
+        const Bytes behind = makeRandomStream(frames).bytes;
+        bytes.insert(bytes.end(), behind.begin(), behind.end());
+        for (uint8_t setting = 0; setting < 16; ++setting) {
+            Application application;
+            ASSERT_TRUE(application.open(bytes.data(), bytes.size(), tvkSourceAnyContent));
+            application.act(Action::reduce, setting % 4);
+            application.act(Action::conversionType, setting / 4);
+            application.act(Action::memoryManager, 0);
+            while (application.step(Loop::main)) {
+            }
+            EXPECT_EQ(application.result, tvkErrEndOfStream);
         }
     }
 }

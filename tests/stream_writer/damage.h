@@ -2,6 +2,7 @@
 // Breaks streams in ways that broadcast and cut files have.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -30,6 +31,28 @@ inline void dropPieces(std::vector<uint8_t> &bytes, size_t first, uint32_t count
         bytes.erase(bytes.begin() + static_cast<ptrdiff_t>(at),
                     end < bytes.size() ? bytes.begin() + static_cast<ptrdiff_t>(end) : bytes.end());
     }
+}
+
+// Copies pieces of up to `longest` bytes once more behind themselves.
+inline void doublePieces(std::vector<uint8_t> &bytes, uint32_t count, uint32_t longest, uint64_t seed) {
+    Random random(seed);
+    for (uint32_t i = 0; i < count; ++i) {
+        const size_t at = random.below(static_cast<uint32_t>(bytes.size()));
+        const size_t end = std::min(bytes.size(), at + 1 + random.below(longest));
+        const std::vector<uint8_t> piece(bytes.begin() + static_cast<ptrdiff_t>(at),
+                                         bytes.begin() + static_cast<ptrdiff_t>(end));
+        bytes.insert(bytes.begin() + static_cast<ptrdiff_t>(end), piece.begin(), piece.end());
+    }
+}
+
+// The head of one stream, the tail of another, both cut anywhere, and a part of the first again: sizes and formats
+// change behind a torn picture.
+inline std::vector<uint8_t> splice(const std::vector<uint8_t> &a, const std::vector<uint8_t> &b, uint64_t seed) {
+    Random random(seed);
+    std::vector<uint8_t> bytes(a.begin(), a.begin() + random.range(1, static_cast<int32_t>(a.size())));
+    bytes.insert(bytes.end(), b.begin() + random.below(static_cast<uint32_t>(b.size())), b.end());
+    bytes.insert(bytes.end(), a.begin(), a.begin() + static_cast<ptrdiff_t>(a.size() / 4));
+    return bytes;
 }
 
 // Puts random bytes over pieces of up to `longest` bytes, start codes as they may fall.
