@@ -55,21 +55,22 @@ inline void clearBlocks(SliceWorker *w) {
     if (w->dirtyReduced) clearReduced(w);
 }
 
-// The predictor of block i of an intra macroblock after its differential. The DC size tables have one level and no
-// unassigned pattern. Sums wrap: only a stream without end could bring one near.
-inline int32_t readDc(SliceWorker *w, BitWindow &b, int32_t i) {
+// The predictor of an intra block after its differential. The DC size tables have one level and no unassigned pattern.
+// Sums wrap: only a stream without end could bring one near.
+template <bool luma>
+TVK_INLINE int32_t readDc(BitWindow &b, int32_t &predictor) {
     refill(b);
-    const bool luma = i < 4;
-    const int16_t *table = vlcTable(luma ? vlcDcSizeLuminance : vlcDcSizeChrominance);
-    const int32_t entry =
-        table[1 + peek(b, luma ? kVlcLayout[vlcDcSizeLuminance].width : kVlcLayout[vlcDcSizeChrominance].width)];
-    skip(b, entry & 15);
-    const int32_t size = entry >> 4;
-    int32_t &predictor = w->dcPredictor[luma ? 0 : 1 + (i & 1)];
+    const int32_t size = decodeOneLevel < luma ? vlcDcSizeLuminance : vlcDcSizeChrominance > (b);
     const uint32_t mask = (1u << size) - 1;
     const uint32_t v = takeOrNone(b, size);
     predictor = static_cast<int32_t>(static_cast<uint32_t>(predictor) + v - (2 * v <= mask ? mask : 0));
     return predictor;
+}
+
+// The same for block i of a macroblock.
+template <bool luma>
+TVK_INLINE int32_t readBlockDc(SliceWorker *w, BitWindow &b, int32_t i) {
+    return readDc<luma>(b, w->dcPredictor[luma ? 0 : 1 + (i & 1)]);
 }
 
 struct RunLevel {
@@ -159,7 +160,7 @@ inline void noteBlock(SliceWorker *w, int32_t i, int32_t position, int32_t limit
 
 // A form of dequantisation gives:
 //     kLowLimit
-//     Intra(w), Intra::dc(predictor), Intra::block(i) -> quantise
+//     Intra(w), Intra::dc(predictor), Intra::luma and Intra::chroma -> quantise
 //     NonIntra(w), NonIntra::block(i) -> quantise
 template <class Form>
 int32_t decodeIntraBlocks(SliceWorker *w) {
@@ -174,23 +175,24 @@ int32_t decodeIntraBlocks(SliceWorker *w) {
     w->dirtyBlocks = ~(0xFFFFFFFFu >> blocks);
     w->lowBlockMask = w->dcOnlyBlockMask = 0;
     BitWindow b = copyOf(w->bits);
-    int32_t result = 0;
-    for (int32_t i = 0; i < blocks; ++i) {
+    // False behind an invalid code.
+    const auto readBlock = [&]<bool luma>(int32_t i) {
         int16_t *block = w->blocks + i * kBlockValues;
-        block[0] = form.dc(readDc(w, b, i));
-        const auto &quantise = form.block(i);
+        block[0] = form.dc(readBlockDc<luma>(w, b, i));
+        const auto &quantise = luma ? form.luma : form.chroma;
         const int32_t position =
             RunLevelReader<true, false, std::decay_t<decltype(quantise)>>{b,     set,   set.first, scan,
                                                                           mpeg1, block, 0,         quantise}
                 .read();
-        if (position == kBadCoefficient) {
-            result = -1;
-            break;
-        }
+        if (position == kBadCoefficient) return false;
         noteBlock(w, i, position, Form::kLowLimit);
-    }
+        return true;
+    };
+    bool valid = true;
+    for (int32_t i = 0; i < 4 && valid; ++i) valid = readBlock.template operator()<true>(i);
+    for (int32_t i = 4; i < blocks && valid; ++i) valid = readBlock.template operator()<false>(i);
     putBack(w->bits, b);
-    return result;
+    return valid ? 0 : -1;
 }
 
 // The place of a block whose placement entry is given. Interleaved rows of an entry of another format's row must not
@@ -227,13 +229,14 @@ int32_t decodeNonIntraBlocks(SliceWorker *w) {
     const uint8_t *placement = stream->geometry.blockPlacement[fieldDct];
     const StageFunction residualReconstruct = stream->chosen.residualReconstruct;
     BitWindow b = copyOf(w->bits);
+    uint32_t dirty = 0, low = 0, single = 0;
     int32_t result = 0;
     while (coded != 0) {
         const int32_t i = std::countl_zero(coded);
         coded &= ~(kFirstBlockBit >> i);
         const bool interleaved = fieldDct && (i < 4 || blocks != 6);
         CodedBlock block = placedBlock(w, placement[i], interleaved);
-        w->dirtyBlocks |= (interleaved ? 3 * (kFirstBlockBit >> 1) : kFirstBlockBit) >> (placement[i] >> 4);
+        dirty |= (interleaved ? 3 * (kFirstBlockBit >> 1) : kFirstBlockBit) >> (placement[i] >> 4);
         const auto &quantise = form.block(i);
         using Quantise = std::decay_t<decltype(quantise)>;
         const CoefficientSet &set = kCoefficientsNonIntra;
@@ -246,12 +249,17 @@ int32_t decodeNonIntraBlocks(SliceWorker *w) {
             result = -1;
             coded = 0;
         } else {
-            noteBlock(w, i, position, Form::kLowLimit);
             block.form = formAt(position, Form::kLowLimit);
         }
+        const uint32_t bit = kFirstBlockBit >> i;
+        low |= block.form != BlockForm::full ? bit : 0;
+        single |= block.form == BlockForm::single ? bit : 0;
         w->codedBlock = block;
         residualReconstruct(w);
     }
+    w->dirtyBlocks = dirty;
+    w->lowBlockMask = low;
+    w->dcOnlyBlockMask = single;
     putBack(w->bits, b);
     return result;
 }

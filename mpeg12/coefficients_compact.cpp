@@ -132,7 +132,7 @@ int32_t readLevels(SliceWorker *w, uint32_t coded, int32_t blocks, int16_t (&kep
         coded &= ~(kFirstBlockBit >> i);
         int32_t count = 0;
         if constexpr (intra) {
-            kept[i][0] = static_cast<int16_t>(readDc(w, b, i));
+            kept[i][0] = static_cast<int16_t>(i < 4 ? readBlockDc<true>(w, b, i) : readBlockDc<false>(w, b, i));
             count = 1;
         } else {
             refill(b);

@@ -34,7 +34,6 @@ struct Fast {
         int16_t dc(int32_t predictor) const {
             return static_cast<int16_t>(static_cast<uint32_t>(predictor) << dcShift);
         }
-        const MergedScale &block(int32_t i) const { return i < 4 ? luma : chroma; }
     };
 
     struct NonIntra {

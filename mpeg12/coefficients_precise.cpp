@@ -35,7 +35,6 @@ struct Precise {
             const auto value = static_cast<int32_t>(static_cast<uint32_t>(predictor) << dcShift);
             return static_cast<int16_t>(value < -2048 ? -2048 : value > 2047 ? 2047 : value);
         }
-        const PlainScale<4> &block(int32_t i) const { return i < 4 ? luma : chroma; }
     };
 
     struct NonIntra {
