@@ -20,13 +20,16 @@ inline constexpr uint8_t kFrameLineWeights[18][4] = {
     {2, 0, 6, 0}, {1, 1, 3, 3}, {0, 2, 0, 6}, {0, 1, 4, 3}, {0, 0, 8, 0}, {0, 0, 4, 4},
 };
 
-// Lines of a pair's window that weigh anything in the pair's two rows, by phase: those behind are not read, since they
-// may lie behind the plane.
-constexpr int32_t windowLines(int32_t phase) {
-    int32_t lines = 4;
-    while (kFrameLineWeights[phase][lines - 1] == 0 && kFrameLineWeights[phase + 2][lines - 1] == 0) --lines;
-    return lines;
-}
+// Lines of a pair's window that weigh anything in the pair's two rows, by phase, at least two: those behind are not
+// read, since they may lie behind the plane.
+inline constexpr std::array<uint8_t, 16> kWindowLines = [] {
+    std::array<uint8_t, 16> table{};
+    for (size_t phase = 0; phase < table.size(); ++phase)
+        for (uint8_t line = 0; line < 4; ++line)
+            if (kFrameLineWeights[phase][line] + kFrameLineWeights[phase + 2][line] != 0)
+                table[phase] = static_cast<uint8_t>(line + 1);
+    return table;
+}();
 
 inline constexpr int32_t kMostReducedRows = 8;
 
@@ -38,8 +41,8 @@ struct ReducedSource {
     int32_t phaseX, phaseY;
 };
 
-// One column of a plane, a row to a register: 8 bytes at half size, 4 at quarter size. `step` is the distance to the
-// right-hand neighbour of the same component.
+// One column of a plane, a row to a register: 8 bytes at half size, 4 at quarter size, in the lower lanes. `step` is
+// the distance to the right-hand neighbour of the same component.
 template <class L, bool half, int step>
 struct ReducedKernels {
     using V = typename L::I16x8;
@@ -109,19 +112,44 @@ struct ReducedKernels {
         for (; i < rows; ++i) weigh(i);
     }
 
-    // Pairs of rows, each pair from a window of four lines.
+    // Two lines of 4 samples, beginning at p and q, as sums of horizontal neighbours: the values of the first in the
+    // even lanes, those of the second in the odd ones.
+    TVK_INLINE static V twoLines(const uint8_t *p, const uint8_t *q, const Lines &lines) {
+        const auto both = [](const uint8_t *a, const uint8_t *b) {
+            return L::widenLow(L::asU8(L::interleaveLow32(L::asI16(L::loadQuarter(a)), L::asI16(L::loadQuarter(b)))));
+        };
+        prefetchRead(p, kLineAhead);
+        prefetchRead(q, kLineAhead);
+        const V sum = L::addWrap(L::mulLo(both(p, q), lines.here),
+                                 L::mulLo(both(p + lines.right, q + lines.right), lines.toRight));
+        return L::interleaveLow16(sum, L::interleaveHigh64(sum, sum));
+    }
+
+    static V weightPair(const uint8_t *weight) {
+        return L::interleaveLow16(L::splat16(weight[0]), L::splat16(weight[1]));
+    }
+
+    // Quarter size: pairs of rows, each pair from a window of four lines. In place of lines that weigh nothing the
+    // first one is read.
     static void weighWindows(V *row, const ReducedSource &s, int32_t rows) {
-        const int32_t lineCount = rows - 2 + windowLines(s.phaseY);
-        Lines lines(s);
-        V line[kMostReducedRows + 2];
-        for (int32_t i = 0; i < lineCount; ++i) line[i] = lines.next();
-        for (int32_t i = lineCount; i < rows + 2; ++i) line[i] = L::zero16();  // for the weights of 0
-        for (int32_t i = 0; i < rows; ++i) {
-            const uint8_t *weight = kFrameLineWeights[s.phaseY + 2 * (i & 1)];
-            const V *window = line + (i & ~1);
-            V sum = L::mulLo(window[0], L::splat16(weight[0]));
-            for (int32_t n = 1; n < 4; ++n) sum = L::addWrap(sum, L::mulLo(window[n], L::splat16(weight[n])));
-            row[i] = rounded(sum);
+        static_assert(!half);
+        const Lines lines(s);
+        const uint8_t *upper = kFrameLineWeights[s.phaseY], *lower = kFrameLineWeights[s.phaseY + 2];
+        const V upper01 = weightPair(upper), upper23 = weightPair(upper + 2);
+        const V lower01 = weightPair(lower), lower23 = weightPair(lower + 2);
+        const int32_t lineCount = rows - 2 + kWindowLines[static_cast<size_t>(s.phaseY)];
+        V window = twoLines(s.data, s.data + s.stride, lines);
+        for (int32_t i = 0; i < rows; i += 2) {
+            const uint8_t *third = s.data + (i + 2 < lineCount ? (i + 2) * s.stride : 0);
+            const uint8_t *fourth = s.data + (i + 3 < lineCount ? (i + 3) * s.stride : 0);
+            const V next = twoLines(third, fourth, lines);
+            const auto weigh = [&](V first, V second) {
+                return L::addWrap(L::maddPairs(window, first), L::maddPairs(next, second));
+            };
+            const V pair = rounded(L::packI16Sat(weigh(upper01, upper23), weigh(lower01, lower23)));
+            row[i] = pair;
+            row[i + 1] = L::interleaveHigh64(pair, pair);
+            window = next;
         }
     }
 

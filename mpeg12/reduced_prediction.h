@@ -25,18 +25,19 @@ inline void readColumn(typename NativeLanes::I16x8 *row, const PlaneView &plane,
     const int64_t offset = at + first * plane.stride + static_cast<int64_t>(step) * Shape::whole(x);
     const bool windowed = k.reduce == 4 && form == LineForm::frame;
     const int32_t below = r.below / r.rowStep;
-    const int32_t lines = windowed ? rows - 2 + windowLines(r.phaseY) : rows + (r.phaseY ? below : 0);
+    const int32_t lines =
+        windowed ? rows - 2 + kWindowLines[static_cast<size_t>(r.phaseY)] : rows + (r.phaseY ? below : 0);
     const uint8_t *p = clampReduced(plane, offset, static_cast<int64_t>(lines - 1) * r.rowStep + 1,
                                     Shape::bytes + (phaseX ? step : 0));
     const ReducedSource source = {p, static_cast<ptrdiff_t>(r.rowStep) * plane.stride, phaseX, r.phaseY};
-    if (form == LineForm::copy)
-        Kernels::copyRows(row, source, rows);
-    else if (windowed)
-        Kernels::weighWindows(row, source, rows);
-    else if (k.reduce == 2 && form == LineForm::frame)
-        Kernels::template weighRows<2>(row, source, rows);
-    else
-        Kernels::template weighRows<1>(row, source, rows);
+    if (form == LineForm::copy) return Kernels::copyRows(row, source, rows);
+    if (form == LineForm::frame) {
+        if constexpr (k.reduce == 2)
+            return Kernels::template weighRows<2>(row, source, rows);
+        else
+            return Kernels::weighWindows(row, source, rows);
+    }
+    Kernels::template weighRows<1>(row, source, rows);
 }
 
 // Stores the mean of the columns and the residual. Field pictures hold the residual by blocks of u rows, so that more
