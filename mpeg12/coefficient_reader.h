@@ -130,14 +130,15 @@ struct RunLevelReader {
     }
 
     // The last position as counted, or kBadCoefficient behind an invalid code. A refill serves two codes, of which the
-    // second must be one that the first array knows: of 32 valid bits a code leaves 15 at the least.
+    // second must be one that the first array knows, with 9 bits: of 32 valid bits a code leaves 15 at the least, and
+    // an escape, which takes 22 behind a refill of its own, 10.
     TVK_INLINE int32_t read() {
         refill(b);
         const uint32_t next = peek(b, kLongestCoefficientCode);
         Step step = apply(next >> 8 >= 8 ? start[next >> 8] : findCoefficient(set, next));
         while (step == Step::goOn) {
             const uint32_t head = peek(b, kFirstArrayBits);
-            if (head < 8 || b.valid < kLongestCoefficientCode) [[unlikely]] {
+            if (head < 8) [[unlikely]] {
                 refill(b);
                 step = apply(findCoefficient(set, peek(b, kLongestCoefficientCode)));
                 continue;
