@@ -54,6 +54,10 @@ bool takePacket(ElementarySource &source) {
     mapped.place = {container.packet.position, container.packet.offset};
     takeTime(container, container.packet, mapped);
     if (addPacket(container.map, mapped, std::min(source.unitStart, source.window.start))) return true;
+    // Unmapped bytes would have no place in the file: the packet waits for whoever asks next.
+    container.peeked = container.packet;
+    container.hasPeeked = true;
+    container.packet = {};
     source.window.failure = tvkErrOutOfMemory;
     return false;
 }

@@ -128,8 +128,9 @@ void addTrack(Demuxer &demuxer, int stream, uint32_t width) {
     ++demuxer.trackCount;
 }
 
-// Finds the video streams by the headers that they show. What has been read waits to be read again.
-void probeTracks(Demuxer &demuxer) {
+// Finds the video streams by the headers that they show. What has been read waits to be read again; false when there is
+// no memory for that.
+bool probeTracks(Demuxer &demuxer) {
     uint64_t found = 0;  // where the first one showed
     bool any = false;
     while (readAny(demuxer)) {
@@ -142,10 +143,11 @@ void probeTracks(Demuxer &demuxer) {
             if (!any) found = position;
             any = true;
         }
-        if (demuxer.metEnd && demuxer.raw->growing) return;
-        if (video && !queuePacket(demuxer)) return;
-        if (position > (any ? found + kMoreStreamsBytes : kProbeBytes)) return;
+        if (demuxer.metEnd && demuxer.raw->growing) break;
+        if (video && !queuePacket(demuxer)) return false;
+        if (position > (any ? found + kMoreStreamsBytes : kProbeBytes)) break;
     }
+    return true;
 }
 
 void listTracks(Demuxer &demuxer) {
@@ -174,8 +176,8 @@ int32_t prepare(Demuxer &demuxer) {
     if (failure != 0) return failure;
     if (listsItsStreams(demuxer.kind)) {
         listTracks(demuxer);
-    } else {
-        probeTracks(demuxer);
+    } else if (!probeTracks(demuxer)) {
+        return tvkErrOutOfMemory;
     }
     if (demuxer.trackCount == 0) return tvkSourceErrNoVideo;
     demuxer.chosen = widestTrack(demuxer);
