@@ -114,7 +114,7 @@ TEST(SourceFailures, areToldInElementaryStreams) {
         // A refill that fails within a step is an end, from which jumps lead back; within a jump it is a failed jump.
         expectToldAndPassedOver(clip, flags, Service::allocation, {tvkErrOutOfMemory});
         expectToldAndPassedOver(clip, flags, Service::fileRead,
-                                {tvkSourceErrRead, tvkSourceErrNoTime, tvkErrFailed, tvkErrEndOfStream});
+                                {0, tvkSourceErrRead, tvkSourceErrNoTime, tvkErrFailed, tvkErrEndOfStream});
         expectToldAndPassedOver(clip, flags, Service::fileFacts,
                                 {0, tvkSourceErrOpen, tvkErrFailed, tvkErrNeedData, tvkErrEndOfStream});
     }
