@@ -151,7 +151,7 @@ TYPED_TEST(Lanes, multiply) {
     using L = TypeParam;
     this->template check<int16_t>(OP(L::mulHi(a, b)), FORMULA(std::floor(double(a) * b / 65536)));
     this->template check<int16_t>(OP(L::mulHiUnsigned(a, b)),
-                                  FORMULA(std::floor(double(a & 0xFFFF) * (b & 0xFFFF) / 65536)));
+                                  FORMULA(static_cast<int32_t>(std::floor(double(a & 0xFFFF) * (b & 0xFFFF) / 65536))));
     this->template check<int16_t>(OP(L::mulLo(a, b)), FORMULA(a * b));
     this->template checkWhole<int16_t, int32_t>(
         OP(L::maddPairs(a, b)), [](const int16_t *a, const int16_t *b, size_t k) {

@@ -118,10 +118,10 @@ TEST(CodeSteps, holdAsManyWholeCodesAsFitUpToAnEndOfBlock) {
             const CodeStep step = steps->at[index];
             int32_t used = 0;
             bool ended = false;
-            while (!ended) {
+            while (!ended && used < kCodeStepBits) {
                 // The same first code whatever follows the index: it lies within it.
                 const uint32_t left = index << (32 - kCodeStepBits + used);
-                const uint32_t ones = used < kCodeStepBits ? 0xFFFFFFFFU >> (kCodeStepBits - used) : 0xFFFFFFFFU;
+                const uint32_t ones = 0xFFFFFFFFU >> (kCodeStepBits - used);
                 const CoefficientCode &zeros = findCoefficient(*set, left >> 15);
                 const CoefficientCode &filled = findCoefficient(*set, (left | ones) >> 15);
                 if (&zeros != &filled && (zeros.length != filled.length || zeros.step != filled.step)) break;
