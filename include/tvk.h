@@ -982,7 +982,8 @@ TVK_API int32_t tvkGetVideoSP_Flags(VideoStream *stream, uint32_t *out);
 
 /** Decodes to 1 / value of the size in each direction: 1, 2, 4 or 8, above 1 with precision 2 only. All prediction
  * works at the reduced size, so errors gather up to the next I picture. New working frames are made at the next
- * picture; frames that the application still points at stay readable, the undelivered ones are dropped. Errors:
+ * picture; the undelivered frames are dropped. Of the replaced ones, which the application may still point at, the last
+ * three stay readable, and of those before as many as 256 MiB hold; so do they at a new picture size. Errors:
  * tvkErrInvalidArgument. */
 TVK_API int32_t tvkSetVideoSP_ReduceCoefficient(VideoStream *stream, int32_t value);
 
