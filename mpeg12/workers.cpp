@@ -36,11 +36,14 @@ void writeFlag(uint32_t &flag, uint32_t value) {
     std::atomic_ref<uint32_t>(flag).store(value, std::memory_order_release);
 }
 
-// A P picture that nothing stands before is predicted from itself. At eighth size a second field is stored over the
-// lines of the first that it is predicted from. The slices of such pictures depend on each other, and on one order.
+// A P picture that nothing stands before is predicted from itself, and a B field that completes a reference frame from
+// the frame that it is stored in. At eighth size a second field is stored over the lines of the first that it is
+// predicted from. The slices of such pictures depend on each other, and on one order.
 bool slicesInOrder(const VideoStream *stream) {
     const FramePipeline &f = stream->frames;
-    if (f.forwardRef == f.currentFrame && stream->headers.picture.pictureCodingType == pictureP) return true;
+    const uint32_t type = stream->headers.picture.pictureCodingType;
+    if (type == pictureP && f.currentFrame == f.forwardRef) return true;
+    if (type == pictureB && (f.currentFrame == f.forwardRef || f.currentFrame == f.backwardRef)) return true;
     return stream->settings.reduceCoefficient == 8 && f.fieldPending != 0 &&
            stream->headers.pictureCoding.pictureStructure != structureFrame;
 }

@@ -339,6 +339,39 @@ TEST(Hostile, pictureThatIsItsOwnReferenceIsTheSameOnAnyNumberOfThreads) {
     }
 }
 
+// Takes out the second field of every reference frame that a B field of the same parity stands behind.
+Bytes withBFieldsInReferenceFrames(const RandomStream &written) {
+    const std::vector<PictureFact> &pictures = written.pictures;
+    const auto at = [&](size_t i) { return written.bytes.begin() + static_cast<ptrdiff_t>(pictures[i].offset); };
+    Bytes bytes(written.bytes.begin(), at(0));
+    for (size_t i = 0; i + 1 < pictures.size(); ++i) {
+        const PictureFact &picture = pictures[i], &next = pictures[i + 1];
+        const bool second = i > 0 && pictures[i - 1].streamNumber == picture.streamNumber;
+        if (second && picture.type != kPictureB && next.type == kPictureB && next.structure == picture.structure)
+            continue;
+        bytes.insert(bytes.end(), at(i), at(i + 1));
+    }
+    return bytes;
+}
+
+TEST(Hostile, fieldThatCompletesItsOwnReferenceIsTheSameOnAnyNumberOfThreads) {
+    for (uint64_t seed = 1; seed <= 6; ++seed) {
+        RandomStreamOptions options = interlacedOptions(2, 100);
+        options.seed = seed;
+        options.frames = 12;
+        options.intra = 5;
+        const RandomStream written = makeRandomStream(options);
+        const Bytes bytes = withBFieldsInReferenceFrames(written);
+        ASSERT_LT(bytes.size(), written.bytes.size()) << "no such field";
+        for (uint8_t shift = 0; shift < 4; ++shift) {
+            const std::vector<Bytes> expected = lumaOfFrames(bytes, 1, shift);
+            ASSERT_FALSE(expected.empty());
+            for (int repeat = 0; repeat < 10; ++repeat)
+                EXPECT_EQ(lumaOfFrames(bytes, 3, shift) == expected, true) << "size 1/" << (1 << shift);
+        }
+    }
+}
+
 TEST(Hostile, ringBeyondTheMachineIsNotBuiltAndSteppingGoesOn) {
     const Bytes bytes = greyStream({}, 4);
     for (const auto &[forward, backward] :
