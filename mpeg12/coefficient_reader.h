@@ -10,6 +10,7 @@
 #include "core/lanes.h"
 #include "mpeg12/coefficient_tables.h"
 #include "mpeg12/vlc.h"
+#include "mpeg12/vlc_codes.h"
 #include "mpeg12/worker.h"
 
 namespace tvk {
@@ -94,61 +95,102 @@ inline RunLevel readEscape(BitWindow &b, bool mpeg1) {
 // One block's run-level codes, from the position given up to the end of block. `quantise(level, storage position)`
 // makes the value that is stored; `position` counts scan positions and is taken modulo 64: a run past the end wraps to
 // the scan's beginning. An interleaved block's rows lie 16 values apart. Non-intra levels are doubled, the sign added.
+//
+// What takes the time is waiting: for the length of a code, to know where the next one begins, and for a block's end,
+// which cannot be foretold. So two codes are passed at once where they come thickly, and ends are asked for ahead of
+// the lookups.
 template <bool intra, bool interleaved, class Quantise>
 struct RunLevelReader {
     BitWindow &b;
     const CoefficientSet &set;
-    const CoefficientCode *start;  // the first array for the block's first code
     const uint8_t *scan;
     bool mpeg1;
     int16_t *block;
     int32_t position;
     const Quantise &quantise;
 
-    enum class Step : uint8_t { goOn, finished, invalid };
-
-    TVK_INLINE void store(RunLevel pair) {
-        position += pair.step;
-        const uint32_t s = scan[position & 63];
+    TVK_INLINE void store(int32_t at, int32_t level) {
+        const uint32_t s = scan[at & 63];
         const uint32_t rows = interleaved ? s & ~7u : 0;
-        block[s + rows] = quantise(pair.level, s);
+        block[s + rows] = quantise(level, s);
     }
 
-    TVK_INLINE Step apply(CoefficientCode code) {
+    TVK_INLINE bool takeEnd() {
+        const CodeBits end = intra ? set.endOfBlock : codes::kEndOfBlockB14;
+        if (peek(b, end.length) != end.code) return false;
+        skip(b, end.length);
+        return true;
+    }
+
+    // Anything but an end of block; false behind an invalid code.
+    TVK_INLINE bool apply(CoefficientCode code) {
         skip(b, code.length);
+        RunLevel pair = {code.level, code.step};
         if (code.step & stepSpecial) [[unlikely]] {
-            if (code.step == stepEndOfBlock) return Step::finished;
-            if (code.step == stepInvalid) return Step::invalid;
+            if (code.step != stepEscape) return false;
             refill(b);
-            RunLevel pair = readEscape(b, mpeg1);
+            pair = readEscape(b, mpeg1);
             if (!intra) pair.level = 2 * pair.level + (pair.level > 0 ? 1 : -1);
-            store(pair);
-            return Step::goOn;
         }
-        store({code.level, code.step});
-        return Step::goOn;
+        position += pair.step;
+        store(position, pair.level);
+        return true;
     }
 
-    // The last position as counted, or kBadCoefficient behind an invalid code. A refill serves two codes, of which the
-    // second must be one that the first array knows, with 9 bits: of 32 valid bits a code leaves 15 at the least, and
-    // an escape, which takes 22 behind a refill of its own, 10.
-    TVK_INLINE int32_t read() {
+    TVK_INLINE bool applyNext() {
         refill(b);
-        const uint32_t next = peek(b, kLongestCoefficientCode);
-        Step step = apply(next >> 8 >= 8 ? start[next >> 8] : findCoefficient(set, next));
-        while (step == Step::goOn) {
+        return apply(findCoefficient(set, peek(b, kLongestCoefficientCode)));
+    }
+
+    // One code or two, if such come first that `from` knows. One goes through the motions of two, the second without a
+    // step and stored over by the first: which it is cannot be foretold either.
+    template <class Codes>
+    TVK_INLINE bool applyPair(const Codes &from) {
+        const uint8_t entry = from.pairs.at[peek(b, kCodePairBits)];
+        if (entry == 0) return false;
+        const uint64_t window = b.window;
+        const CoefficientCode first = from.first[window >> (64 - kFirstArrayBits)];
+        const CoefficientCode second = set.first[window << first.length >> (64 - kFirstArrayBits)];
+        skip(b, entry & ((1 << CodePairs::kTwoShift) - 1));
+        const int32_t at = position + first.step;
+        position = at + (second.step & -(entry >> CodePairs::kTwoShift));
+        store(position, second.level);
+        store(at, first.level);
+        return true;
+    }
+
+    // The last position as counted, or kBadCoefficient behind an invalid code. Two pairs take 24 of a refill's 32 bits.
+    TVK_INLINE int32_t readDense() {
+        for (;;) {
+            refill(b);
+            if (applyPair(set) && applyPair(set)) continue;
+            if (takeEnd()) [[likely]]
+                return position;
+            if (!applyNext()) return kBadCoefficient;
+        }
+    }
+
+    // The same where most blocks have but a few codes. `start` is for the first of them. A refill serves two codes, of
+    // which the second must be one that the first array knows, with 9 bits: of 32 valid bits a pair leaves 20, a code
+    // 15 at the least, and an escape, which takes 22 behind a refill of its own, 10.
+    TVK_INLINE int32_t readSparse(const FirstCodes &start) {
+        refill(b);
+        bool valid = true;
+        if (!applyPair(start)) [[unlikely]]
+            valid = applyNext();
+        while (valid) {
             const uint32_t head = peek(b, kFirstArrayBits);
             if (head < 8) [[unlikely]] {
-                refill(b);
-                step = apply(findCoefficient(set, peek(b, kLongestCoefficientCode)));
+                valid = applyNext();
                 continue;
             }
-            step = apply(set.first[head]);
-            if (step != Step::goOn) break;
+            if (takeEnd()) return position;
+            if (!apply(set.first[head])) break;
             refill(b);
-            step = apply(findCoefficient(set, peek(b, kLongestCoefficientCode)));
+            if (takeEnd()) return position;
+            valid = apply(findCoefficient(set, peek(b, kLongestCoefficientCode)));
         }
-        return step == Step::finished ? position : kBadCoefficient;
+        return kBadCoefficient;
     }
 };
 
@@ -181,10 +223,8 @@ int32_t decodeIntraBlocks(SliceWorker *w) {
         int16_t *block = w->blocks + i * kBlockValues;
         block[0] = form.dc(readBlockDc<luma>(w, b, i));
         const auto &quantise = luma ? form.luma : form.chroma;
-        const int32_t position =
-            RunLevelReader<true, false, std::decay_t<decltype(quantise)>>{b,     set,   set.first, scan,
-                                                                          mpeg1, block, 0,         quantise}
-                .read();
+        RunLevelReader<true, false, std::decay_t<decltype(quantise)>> reader{b, set, scan, mpeg1, block, 0, quantise};
+        const int32_t position = reader.readDense();
         if (position == kBadCoefficient) return false;
         noteBlock(w, i, position, Form::kLowLimit);
         return true;
@@ -208,6 +248,13 @@ inline CodedBlock placedBlock(SliceWorker *w, int32_t entry, bool interleaved) {
 inline BlockForm formAt(int32_t position, int32_t lowLimit) {
     if (position <= 0) return BlockForm::single;
     return (position & 63) <= lowLimit ? BlockForm::low : BlockForm::full;
+}
+
+template <bool interleaved, class Quantise>
+TVK_INLINE int32_t readNonIntra(BitWindow &b, const uint8_t *scan, bool mpeg1, int16_t *block,
+                                const Quantise &quantise) {
+    RunLevelReader<false, interleaved, Quantise> reader{b, kCoefficientsNonIntra, scan, mpeg1, block, -1, quantise};
+    return reader.readSparse(kFirstNonIntra);
 }
 
 // Blocks go where prediction finds their residual, see block_placement.cpp. Each is transformed as soon as it stands:
@@ -238,14 +285,8 @@ int32_t decodeNonIntraBlocks(SliceWorker *w) {
         const bool interleaved = fieldDct && (i < 4 || blocks != 6);
         CodedBlock block = placedBlock(w, placement[i], interleaved);
         dirty |= (interleaved ? 3 * (kFirstBlockBit >> 1) : kFirstBlockBit) >> (placement[i] >> 4);
-        const auto &quantise = form.block(i);
-        using Quantise = std::decay_t<decltype(quantise)>;
-        const CoefficientSet &set = kCoefficientsNonIntra;
-        const CoefficientCode *start = kFirstNonIntra.first;
-        const int32_t position =
-            interleaved
-                ? RunLevelReader<false, true, Quantise>{b, set, start, scan, mpeg1, block.values, -1, quantise}.read()
-                : RunLevelReader<false, false, Quantise>{b, set, start, scan, mpeg1, block.values, -1, quantise}.read();
+        const int32_t position = interleaved ? readNonIntra<true>(b, scan, mpeg1, block.values, form.block(i))
+                                             : readNonIntra<false>(b, scan, mpeg1, block.values, form.block(i));
         if (position == kBadCoefficient) {
             result = -1;
             coded = 0;

@@ -30,6 +30,24 @@ constexpr void enterRunLevel(CoefficientSet &set, const RunLevelCode &c, bool do
     enter(set, c.bits.code * 2u + 1, c.bits.length + 1, -level, step);
 }
 
+// The length of the run-level code at the head of `known` bits, bit 11 being the first; 0 where there is none.
+constexpr int32_t runLevelLength(const CoefficientCode (&first)[512], uint32_t bits, int32_t known) {
+    const uint32_t head = (bits & ((1U << kCodePairBits) - 1)) >> (kCodePairBits - kFirstArrayBits);
+    const CoefficientCode &code = first[head];
+    return (code.step & stepSpecial) || code.length > known ? 0 : code.length;
+}
+
+// `start` is for the first of the two codes.
+constexpr CodePairs buildPairs(const CoefficientCode (&start)[512], const CoefficientCode (&first)[512]) {
+    CodePairs pairs{};
+    for (uint32_t i = 0; i < 1U << kCodePairBits; ++i) {
+        const int32_t one = runLevelLength(start, i, kCodePairBits);
+        const int32_t two = one == 0 ? 0 : runLevelLength(first, i << one, kCodePairBits - one);
+        pairs.at[i] = static_cast<uint8_t>((one + two) | (two != 0) << CodePairs::kTwoShift);
+    }
+    return pairs;
+}
+
 template <size_t N>
 constexpr CoefficientSet buildSet(const RunLevelCode (&own)[N], CodeBits endOfBlock, bool doubled) {
     CoefficientSet set{};
@@ -37,10 +55,12 @@ constexpr CoefficientSet buildSet(const RunLevelCode (&own)[N], CodeBits endOfBl
     for (CoefficientCode &c : set.first) c = invalid;
     for (CoefficientCode &c : set.second) c = invalid;
     for (CoefficientCode &c : set.third) c = invalid;
+    set.endOfBlock = endOfBlock;
     enter(set, endOfBlock.code, endOfBlock.length, 0, stepEndOfBlock);
     enter(set, codes::kCoefficientEscape.code, codes::kCoefficientEscape.length, 0, stepEscape);
     for (const RunLevelCode &c : own) enterRunLevel(set, c, doubled);
     for (const RunLevelCode &c : codes::kRunLevelsShared) enterRunLevel(set, c, doubled);
+    set.pairs = buildPairs(set.first, set.first);
     return set;
 }
 
@@ -48,6 +68,7 @@ constexpr FirstCodes buildFirstNonIntra(const CoefficientSet &set) {
     FirstCodes codes{};
     for (uint32_t i = 0; i < 256; ++i) codes.first[i] = set.first[i];
     for (uint32_t i = 256; i < 512; ++i) codes.first[i] = {2, 1, static_cast<int16_t>(i < 384 ? 3 : -3)};
+    codes.pairs = buildPairs(codes.first, set.first);
     return codes;
 }
 

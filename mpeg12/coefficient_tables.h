@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "mpeg12/vlc_codes.h"
+
 namespace tvk {
 
 // The length comes first, in the lowest byte of the entry's word: a shift by it needs no extraction.
@@ -22,12 +24,22 @@ enum CoefficientStep : uint8_t {
 
 inline constexpr int32_t kLongestCoefficientCode = 17;
 
+// How many bits the next one or two run-level codes take, of those that `first` knows, where they lie within the next
+// kCodePairBits bits. Reading on waits for this length alone; what the codes say is looked up beside it.
+inline constexpr int32_t kCodePairBits = 12;
+struct CodePairs {
+    static constexpr int32_t kTwoShift = 7;      // of the bit that tells two codes; shifts by an entry do not see it
+    alignas(64) uint8_t at[1 << kCodePairBits];  // 0: something else comes first
+};
+
 // An invalid code takes as many bits as the longest code of its table. No pattern of 9 bits from 8 upward is
 // unassigned, in either table, so `first` holds no invalid entry.
 struct CoefficientSet {
     alignas(64) CoefficientCode first[512];   // by the next 9 bits, when these are 8 or more
     alignas(64) CoefficientCode second[256];  // by the next 9 bits, 1 to 7, plus 8 times the 5 bits behind them
     alignas(64) CoefficientCode third[256];   // the 9 bits being 0: by the 8 bits behind them
+    CodePairs pairs;
+    CodeBits endOfBlock;
 };
 
 extern const CoefficientSet kCoefficientsNonIntra;  // B-14, levels doubled
@@ -35,6 +47,7 @@ extern const CoefficientSet kCoefficientsNonIntra;  // B-14, levels doubled
 // The first array for a non-intra block's first code, where a leading 1 and a sign are run 0 and level 1 or -1.
 struct FirstCodes {
     alignas(64) CoefficientCode first[512];
+    CodePairs pairs;  // such a code, and one behind it
 };
 extern const FirstCodes kFirstNonIntra;
 extern const CoefficientSet kCoefficientsIntraB14;

@@ -135,5 +135,36 @@ TEST(CodeSteps, holdAsManyWholeCodesAsFitUpToAnEndOfBlock) {
     }
 }
 
+// The code that an index of kCodePairBits bits holds from bit `used` on, whatever follows the index. None where that
+// matters, and for anything but a run-level code that the first array knows.
+const CoefficientCode *runLevelWithin(const CoefficientCode (&first)[512], uint32_t index, int32_t used) {
+    const uint32_t left = index << (32 - kCodePairBits + used);
+    const uint32_t ones = 0xFFFFFFFFU >> (kCodePairBits - used);
+    const CoefficientCode &zeros = first[left >> 23], &filled = first[(left | ones) >> 23];
+    const bool same = zeros.length == filled.length && zeros.step == filled.step && zeros.level == filled.level;
+    return same && !(zeros.step & stepSpecial) && zeros.length <= kCodePairBits - used ? &zeros : nullptr;
+}
+
+TEST(CodePairs, reachAsFarAsTheRunLevelCodesWithinTheirIndex) {
+    struct Case {
+        const CodePairs &pairs;
+        const CoefficientCode (&start)[512];
+        const CoefficientSet &set;
+    };
+    const Case cases[] = {
+        {kCoefficientsIntraB14.pairs, kCoefficientsIntraB14.first, kCoefficientsIntraB14},
+        {kCoefficientsIntraB15.pairs, kCoefficientsIntraB15.first, kCoefficientsIntraB15},
+        {kCoefficientsNonIntra.pairs, kCoefficientsNonIntra.first, kCoefficientsNonIntra},
+        {kFirstNonIntra.pairs, kFirstNonIntra.first, kCoefficientsNonIntra},
+    };
+    for (const Case &c : cases)
+        for (uint32_t index = 0; index < 1U << kCodePairBits; ++index) {
+            const CoefficientCode *first = runLevelWithin(c.start, index, 0);
+            const CoefficientCode *second = first ? runLevelWithin(c.set.first, index, first->length) : nullptr;
+            const int32_t length = (first ? first->length : 0) + (second ? second->length : 0);
+            ASSERT_EQ(c.pairs.at[index], length + (second ? 1 << CodePairs::kTwoShift : 0)) << index;
+        }
+}
+
 }  // namespace
 }  // namespace tvk::test
