@@ -33,8 +33,10 @@ void setOutput(SliceWorker *worker, uint8_t *buffer, size_t area, size_t chromaS
 
 }  // namespace
 
+// By the picture's own type: an I field may complete a frame that began as another, and the writer of an earlier
+// picture may be for frames and buffers of other shapes.
 void chooseMacroblockWriter(VideoStream *stream) {
-    if (stream->frames.currentFrame->pictureCodingType != pictureI) return;
+    if (stream->headers.picture.pictureCodingType != pictureI) return;
     stream->chosen.macroblockWriter =
         macroblockWriterAt(48 * stream->conversion.conversionIndex + reduceOffset(stream->settings.reduceCoefficient) +
                            kindOffset(stream->headers));
