@@ -36,16 +36,23 @@ void writeFlag(uint32_t &flag, uint32_t value) {
     std::atomic_ref<uint32_t>(flag).store(value, std::memory_order_release);
 }
 
-// A P picture that nothing stands before is predicted from itself, and a B field that completes a reference frame from
-// the frame that it is stored in. At eighth size a second field is stored over the lines of the first that it is
-// predicted from. The slices of such pictures depend on each other, and on one order.
+// Whether the slices of the picture depend on each other, and on one order:
+// - A P picture that nothing stands before is predicted from itself, and a B field that completes a reference frame
+// from
+//   the frame that it is stored in.
+// - At eighth size a second field is stored over the lines of the first that it is predicted from.
+// - An MPEG-1 sequence keeps the block count of an MPEG-2 one before it. More blocks than its frames have room for
+// reach
+//   into the macroblocks below.
 bool slicesInOrder(const VideoStream *stream) {
     const FramePipeline &f = stream->frames;
-    const uint32_t type = stream->headers.picture.pictureCodingType;
+    const Headers &h = stream->headers;
+    const uint32_t type = h.picture.pictureCodingType;
     if (type == pictureP && f.currentFrame == f.forwardRef) return true;
     if (type == pictureB && (f.currentFrame == f.forwardRef || f.currentFrame == f.backwardRef)) return true;
+    if (h.blocksPerMacroblock > (1u << h.sequenceExtension.chromaFormat) + 4) return true;
     return stream->settings.reduceCoefficient == 8 && f.fieldPending != 0 &&
-           stream->headers.pictureCoding.pictureStructure != structureFrame;
+           h.pictureCoding.pictureStructure != structureFrame;
 }
 
 // The worker's share: every threadCount-th slice from its own index on.

@@ -8,6 +8,7 @@
 #include "core/memory.h"
 #include "core/stream.h"
 #include "fuzz/application.h"
+#include "mpeg12/writers.h"
 #include "pipeline/working_set.h"
 #include "stream_writer/headers.h"
 #include "stream_writer/profiles.h"
@@ -304,15 +305,21 @@ TEST(Hostile, writersStayInsideThePlanesOfMpeg1BehindFieldPictures) {
     }
 }
 
-std::vector<Bytes> lumaOfFrames(const Bytes &bytes, uint8_t threads, uint8_t shift) {
+std::vector<Bytes> planesOfFrames(const Bytes &bytes, uint8_t threads, uint8_t shift, VideoPlane VideoFrame::*plane) {
     std::vector<Bytes> planes;
     Application application;
     EXPECT_TRUE(application.open(bytes.data(), bytes.size(), tvkSourceAnyContent));
     application.act(Action::reduce, shift);
     application.act(Action::threads, threads);
     while (const VideoFrame *frame = application.step(Loop::main))
-        planes.emplace_back(frame->lumaPlane.data, frame->lumaPlane.data + frame->lumaPlane.size);
+        planes.emplace_back((frame->*plane).data, (frame->*plane).data + (frame->*plane).size);
     return planes;
+}
+std::vector<Bytes> lumaOfFrames(const Bytes &bytes, uint8_t threads, uint8_t shift) {
+    return planesOfFrames(bytes, threads, shift, &VideoFrame::lumaPlane);
+}
+std::vector<Bytes> chromaOfFrames(const Bytes &bytes, uint8_t threads, uint8_t shift) {
+    return planesOfFrames(bytes, threads, shift, &VideoFrame::chromaPlane);
 }
 
 // Behind the sequence header everything up to the first P picture is gone: that picture is its own reference, and its
@@ -369,6 +376,54 @@ TEST(Hostile, fieldThatCompletesItsOwnReferenceIsTheSameOnAnyNumberOfThreads) {
             for (int repeat = 0; repeat < 10; ++repeat)
                 EXPECT_EQ(lumaOfFrames(bytes, 3, shift) == expected, true) << "size 1/" << (1 << shift);
         }
+    }
+}
+
+// Behind a 4:4:4 sequence one without an extension, whose frames are 4:2:0: its macroblocks have 12 blocks still.
+TEST(Hostile, blocksWithoutRoomInTheirFramesAreTheSameOnAnyNumberOfThreads) {
+    RandomStreamOptions options = mpeg2Options(3);
+    options.intra = 40;
+    options.frames = 12;
+    const RandomStream written = makeRandomStream(options);
+    SequenceParameters mpeg1 = options.sequence;
+    mpeg1.mpeg2 = false;
+    BitWriter header;
+    putSequence(header, mpeg1);
+    Bytes bytes = written.bytes;
+    const size_t at = written.pictures[2].offset;
+    bytes.insert(bytes.begin() + static_cast<ptrdiff_t>(at), header.bytes.begin(), header.bytes.end());
+    for (uint8_t shift = 0; shift < 4; ++shift) {
+        const std::vector<Bytes> expected = chromaOfFrames(bytes, 1, shift);
+        ASSERT_FALSE(expected.empty());
+        for (int repeat = 0; repeat < 20; ++repeat)
+            EXPECT_EQ(chromaOfFrames(bytes, 3, shift) == expected, true) << "size 1/" << (1 << shift);
+    }
+}
+
+// The frame counts as P, the field as I. The buffer is the application's and is filled as the stream is now.
+TEST(Hostile, intraFieldThatCompletesAFrameOfAnotherTypeIsWrittenAsItsStreamIs) {
+    RandomStreamOptions options = interlacedOptions(3, 100);
+    options.frames = 3;
+    options.maxB = 0;
+    options.secondFieldP = 0;
+    options.sequenceEnd = false;
+    Bytes bytes = makeRandomStream(options).bytes;
+    options.sequence.chromaFormat = 1;
+    const RandomStream second = makeRandomStream(options);
+    Bytes changed = second.bytes;
+    uint8_t &type = changed[second.pictures[0].offset + 5];
+    type = static_cast<uint8_t>((type & ~0x38) | 0x10);  // P for I, whose slices then are noise
+    bytes.insert(bytes.end(), changed.begin(), changed.end());
+    for (uint8_t layout = 0; layout < 4; ++layout) {
+        Application application;
+        ASSERT_TRUE(application.open(bytes.data(), bytes.size(), tvkSourceAnyContent));
+        application.act(Action::conversionType, layout);
+        application.act(Action::memoryManager, 0);
+        while (application.step(Loop::main)) {
+        }
+        const tvk::WriterKind field420{static_cast<tvk::TargetLayout>(layout), 1, true, tvk::chroma420, false};
+        EXPECT_EQ(application.stream->chosen.macroblockWriter,
+                  tvk::macroblockWriterAt(static_cast<uint32_t>(tvk::indexOf(field420))));
     }
 }
 
