@@ -83,7 +83,6 @@ void silence() {
 void setOptions(AVDictionary **options, ContentKind kind) {
     // Files that name other files stay alone.
     av_dict_set(options, "protocol_whitelist", "none", 0);
-    if (kind == ContentKind::transport) av_dict_set(options, "merge_pmt_versions", "1", 0);
     // An edit list may leave pictures out; their numbers are to be those of the stream.
     if (kind == ContentKind::mov) av_dict_set(options, "advanced_editlist", "0", 0);
 }
