@@ -13,8 +13,9 @@
 
 namespace tvk {
 
-// Asks for the cache line `bytes` ahead of p, to be read or written soon. The address may lie anywhere: nothing is
-// loaded that the program could see.
+// Asks for the cache line `bytes` ahead of p, to be read or written soon. The address may lie anywhere, which a pointer
+// that is counted up may not: nothing is loaded that the program could see.
+// NOLINTBEGIN(performance-no-int-to-ptr)
 TVK_INLINE void prefetchRead([[maybe_unused]] const uint8_t *p, [[maybe_unused]] uintptr_t bytes) {
 #if defined(__GNUC__)
     __builtin_prefetch(reinterpret_cast<const void *>(reinterpret_cast<uintptr_t>(p) + bytes));
@@ -25,5 +26,6 @@ TVK_INLINE void prefetchWrite([[maybe_unused]] uint8_t *p, [[maybe_unused]] uint
     __builtin_prefetch(reinterpret_cast<void *>(reinterpret_cast<uintptr_t>(p) + bytes), 1);
 #endif
 }
+// NOLINTEND(performance-no-int-to-ptr)
 
 }  // namespace tvk

@@ -3,6 +3,7 @@
 #include "core/memory.h"
 
 #include <cstdlib>
+#include <new>
 
 #include <unistd.h>
 
@@ -41,8 +42,8 @@ bool mayAllocate(size_t size) {
     return size != 0 && (!hook || hook(size));
 }
 
-Origin *originOf(const void *block) {
-    return reinterpret_cast<Origin *>(reinterpret_cast<uintptr_t>(block) - kOriginDistance);
+const Origin *originOf(const void *block) {
+    return reinterpret_cast<const Origin *>(static_cast<const uint8_t *>(block) - kOriginDistance);
 }
 
 // The room that alignment leaves ahead of an aligned block and behind it is nobody's: a memory checker is to say so.
@@ -79,10 +80,10 @@ void *allocateAligned(size_t size, size_t alignment) {
     if (!powerOfTwo || alignment > kLargestAlignment || size == 0 || size > SIZE_MAX - kHeadRoom) return nullptr;
     void *plain = allocate(size + kHeadRoom);
     if (!plain) return nullptr;
-    const uintptr_t address = (reinterpret_cast<uintptr_t>(plain) + kHeadRoom) & ~(kLargestAlignment - 1);
-    void *block = reinterpret_cast<void *>(address);
-    *originOf(block) = {plain, size};
-    forbidRoom(static_cast<const uint8_t *>(plain), static_cast<const uint8_t *>(block), size);
+    const uintptr_t from = reinterpret_cast<uintptr_t>(plain);
+    uint8_t *block = static_cast<uint8_t *>(plain) + (((from + kHeadRoom) & ~(kLargestAlignment - 1)) - from);
+    new (block - kOriginDistance) Origin{plain, size};
+    forbidRoom(static_cast<const uint8_t *>(plain), block, size);
     return block;
 }
 

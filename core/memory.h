@@ -17,6 +17,7 @@ void release(void *block);
 
 template <class T>
 T *allocateArray(size_t count) {
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): of pointers too
     return static_cast<T *>(allocateZeroed(count, sizeof(T)));
 }
 

@@ -87,7 +87,7 @@ inline RunLevel readEscape(BitWindow &b, bool mpeg1) {
         return {static_cast<int32_t>(bits << 20) >> 20, static_cast<int32_t>(bits >> 12) + 1};
     }
     const uint32_t bits = take(b, 14);
-    int32_t level = static_cast<int8_t>(bits & 0xFF);
+    int32_t level = static_cast<int32_t>(bits << 24) >> 24;
     if ((bits & 0x7F) == 0) level = static_cast<int32_t>(take(b, 8)) + 2 * level;
     return {level, static_cast<int32_t>(bits >> 8) + 1};
 }

@@ -132,13 +132,11 @@ struct HeaderReader {
             setPrediction(m, 1, weightClass < 2 ? 2 : 1, 0, 0);
         else if (frame && type == 2)
             setPrediction(m, 2, 1, 1, 0);
-        else if (frame && weightClass != 1)
-            setPrediction(m, 3, 1, 0, 1);
         else if (!frame && type == 1 && weightClass < 2)
             setPrediction(m, 1, 1, 0, 0);
         else if (!frame && type == 2 && weightClass < 2)
             setPrediction(m, 2, 2, 0, 0);
-        else if (!frame && type == 3 && weightClass == 0)
+        else if (frame ? weightClass != 1 : type == 3 && weightClass == 0)
             setPrediction(m, 3, 1, 0, 1);
         else
             setPrediction(m, 0, 0, 0, 0);

@@ -26,7 +26,7 @@ struct QuarterIdct {
     static void store(const BlockSource &block, LineLayout layout, uint8_t *dst, ptrdiff_t stride) {
         W v, unused;
         values<1>(&block, layout, v, unused);
-        uint8_t p[8];
+        uint8_t p[8] = {};
         toPixels(v, v, p);
         std::memcpy(dst, p, 2);
         std::memcpy(dst + stride, p + 2, 2);
@@ -34,7 +34,7 @@ struct QuarterIdct {
 
     static void storePair(const BlockSource &a, const BlockSource &b, LineLayout layout, uint8_t *dstA, uint8_t *dstB,
                           ptrdiff_t stride) {
-        uint8_t p[8];
+        uint8_t p[8] = {};
         pairPixels(a, b, layout, p);
         std::memcpy(dstA, p, 2);
         std::memcpy(dstA + stride, p + 2, 2);
@@ -44,7 +44,7 @@ struct QuarterIdct {
 
     static void storeChroma(const BlockSource &cb, const BlockSource &cr, LineLayout layout, uint8_t *dst,
                             ptrdiff_t stride) {
-        uint8_t p[8];
+        uint8_t p[8] = {};
         pairPixels(cb, cr, layout, p);
         for (int i = 0; i < 4; ++i) {
             uint8_t *at = dst + (i >> 1) * stride + 2 * (i & 1);
