@@ -115,6 +115,25 @@ TVK_INLINE bool readKeptLevels(BitWindow &b, const CodeTables &tables, const uin
     return skipToEndOfBlock(b, tables.set, tables.steps, mpeg1);
 }
 
+// The first code of a non-intra block, if it is one that the first array knows. Returns the scan positions behind which
+// reading goes on; 0: none were passed. Levels of the array are doubled, the sign added.
+template <bool pairs>
+TVK_INLINE int32_t readFirstLevel(BitWindow &b, const uint8_t *scan, int32_t limit, int16_t *kept) {
+    refill(b);
+    const CoefficientCode code = kFirstNonIntra.first[peek(b, kFirstArrayBits)];
+    if (code.step & stepSpecial) [[unlikely]]
+        return 0;
+    skip(b, code.length);
+    const int32_t count = code.step;
+    const auto level = static_cast<int16_t>((code.level - (code.level >> 31)) >> 1);
+    if constexpr (pairs) {
+        if (count <= limit && scan[count - 1] < 2) kept[scan[count - 1]] = level;
+    } else {
+        kept[0] = static_cast<int16_t>(level & -(count == 1));
+    }
+    return count;
+}
+
 // The levels kept of all coded blocks, into `kept` by block. Returns the number of blocks that are complete.
 template <bool intra, bool pairs>
 int32_t readLevels(SliceWorker *w, uint32_t coded, int32_t blocks, int16_t (&kept)[kMaxBlocks][2]) {
@@ -135,12 +154,7 @@ int32_t readLevels(SliceWorker *w, uint32_t coded, int32_t blocks, int16_t (&kep
             kept[i][0] = static_cast<int16_t>(i < 4 ? readBlockDc<true>(w, b, i) : readBlockDc<false>(w, b, i));
             count = 1;
         } else {
-            refill(b);
-            if (peek(b, 1)) {
-                kept[i][0] = (peek(b, 2) & 1) ? -1 : 1;
-                skip(b, 2);
-                count = 1;
-            }
+            count = readFirstLevel<pairs>(b, scan, limit, kept[i]);
         }
         if (!readKeptLevels(b, tables, scan, mpeg1, count, limit, kept[i])) {
             complete = i;
