@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: BSD-2-Clause
 // Property: any number of threads decodes what one does, of damaged streams too. Where two slices of a picture decode
-// the same macroblock the one that comes last wins, and that is a matter of time on several threads: then results and
-// numbers are compared alone. So they are at one eighth, where behind an invalid coefficient a macroblock keeps values
-// of the one that its thread decoded before. A callback changes no sample.
+// the same macroblock the one that comes last wins, and that is a matter of time on several threads; a reserved motion
+// type leaves the form of the macroblock that the thread decoded before. Then results and numbers are compared alone.
+// So they are at one eighth, where behind an invalid coefficient a macroblock keeps values of the one that its thread
+// decoded before. A callback changes no sample.
 #include "fuzz/walk.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {

@@ -81,6 +81,9 @@ int32_t watch(CallbackEvent *event) {
             break;
         case 11:
             claims.claim(event->macroblock->previousAddress, event->macroblock->macroblockAddress);
+            // The reserved motion type takes the form of the macroblock that the thread decoded before.
+            if ((claims.structure == 3 ? event->macroblock->frameMotionType : event->macroblock->fieldMotionType) == 0)
+                claims.contested = true;
             break;
         default:
             break;

@@ -53,8 +53,8 @@ struct Outcome {
 
 struct Walk {
     std::vector<Outcome> outcomes;
-    // Two slices of some picture decoded the same macroblock: what it holds depends on which came last. Of watched
-    // walks.
+    // Two slices of some picture decoded the same macroblock, and what it holds depends on which came last; or one had
+    // the reserved motion type. Of watched walks.
     bool contested = false;
 };
 
