@@ -315,11 +315,13 @@ std::vector<Bytes> planesOfFrames(const Bytes &bytes, uint8_t threads, uint8_t s
         planes.emplace_back((frame->*plane).data, (frame->*plane).data + (frame->*plane).size);
     return planes;
 }
-std::vector<Bytes> lumaOfFrames(const Bytes &bytes, uint8_t threads, uint8_t shift) {
-    return planesOfFrames(bytes, threads, shift, &VideoFrame::lumaPlane);
-}
-std::vector<Bytes> chromaOfFrames(const Bytes &bytes, uint8_t threads, uint8_t shift) {
-    return planesOfFrames(bytes, threads, shift, &VideoFrame::chromaPlane);
+void expectSameOnThreads(const Bytes &bytes, VideoPlane VideoFrame::*plane) {
+    for (uint8_t shift = 0; shift < 4; ++shift) {
+        const std::vector<Bytes> expected = planesOfFrames(bytes, 1, shift, plane);
+        ASSERT_FALSE(expected.empty());
+        for (int repeat = 0; repeat < 15; ++repeat)
+            EXPECT_EQ(planesOfFrames(bytes, 3, shift, plane) == expected, true) << "size 1/" << (1 << shift);
+    }
 }
 
 // Behind the sequence header everything up to the first P picture is gone: that picture is its own reference, and its
@@ -337,12 +339,7 @@ TEST(Hostile, pictureThatIsItsOwnReferenceIsTheSameOnAnyNumberOfThreads) {
         putSequence(w, options.sequence);
         w.bytes.insert(w.bytes.end(), written.bytes.begin() + static_cast<ptrdiff_t>(written.pictures[firstP].offset),
                        written.bytes.end());
-        for (uint8_t shift = 0; shift < 4; ++shift) {
-            const std::vector<Bytes> expected = lumaOfFrames(w.bytes, 1, shift);
-            ASSERT_FALSE(expected.empty());
-            for (int repeat = 0; repeat < 20; ++repeat)
-                EXPECT_EQ(lumaOfFrames(w.bytes, 3, shift) == expected, true) << "size 1/" << (1 << shift);
-        }
+        expectSameOnThreads(w.bytes, &VideoFrame::lumaPlane);
     }
 }
 
@@ -370,12 +367,7 @@ TEST(Hostile, fieldThatCompletesItsOwnReferenceIsTheSameOnAnyNumberOfThreads) {
         const RandomStream written = makeRandomStream(options);
         const Bytes bytes = withBFieldsInReferenceFrames(written);
         ASSERT_LT(bytes.size(), written.bytes.size()) << "no such field";
-        for (uint8_t shift = 0; shift < 4; ++shift) {
-            const std::vector<Bytes> expected = lumaOfFrames(bytes, 1, shift);
-            ASSERT_FALSE(expected.empty());
-            for (int repeat = 0; repeat < 10; ++repeat)
-                EXPECT_EQ(lumaOfFrames(bytes, 3, shift) == expected, true) << "size 1/" << (1 << shift);
-        }
+        expectSameOnThreads(bytes, &VideoFrame::lumaPlane);
     }
 }
 
@@ -392,12 +384,7 @@ TEST(Hostile, blocksWithoutRoomInTheirFramesAreTheSameOnAnyNumberOfThreads) {
     Bytes bytes = written.bytes;
     const size_t at = written.pictures[2].offset;
     bytes.insert(bytes.begin() + static_cast<ptrdiff_t>(at), header.bytes.begin(), header.bytes.end());
-    for (uint8_t shift = 0; shift < 4; ++shift) {
-        const std::vector<Bytes> expected = chromaOfFrames(bytes, 1, shift);
-        ASSERT_FALSE(expected.empty());
-        for (int repeat = 0; repeat < 20; ++repeat)
-            EXPECT_EQ(chromaOfFrames(bytes, 3, shift) == expected, true) << "size 1/" << (1 << shift);
-    }
+    expectSameOnThreads(bytes, &VideoFrame::chromaPlane);
 }
 
 // The frame counts as P, the field as I. The buffer is the application's and is filled as the stream is now.
