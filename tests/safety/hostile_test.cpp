@@ -257,6 +257,19 @@ TEST(Hostile, userDataAtTheLimitAndBeyond) {
     }
 }
 
+void writeAtEverySizeAndLayout(const Bytes &bytes) {
+    for (uint8_t setting = 0; setting < 16; ++setting) {
+        Application application;
+        ASSERT_TRUE(application.open(bytes.data(), bytes.size(), tvkSourceAnyContent));
+        application.act(Action::reduce, setting % 4);
+        application.act(Action::conversionType, setting / 4);
+        application.act(Action::memoryManager, 0);
+        while (application.step(Loop::main)) {
+        }
+        EXPECT_EQ(application.result, tvkErrEndOfStream);
+    }
+}
+
 // Macroblock rows of an interlaced picture come in pairs, the rows of the application's buffer do not: where the height
 // is an odd multiple of 16, the last macroblocks lie below it. The buffers are of exactly the size that they must have.
 TEST(Hostile, writersStayInsideTheApplicationsBuffer) {
@@ -266,16 +279,7 @@ TEST(Hostile, writersStayInsideTheApplicationsBuffer) {
             options.sequence.width = 56;
             options.sequence.height = 48;
             const Bytes bytes = makeRandomStream(options).bytes;
-            for (uint8_t setting = 0; setting < 16; ++setting) {
-                Application application;
-                ASSERT_TRUE(application.open(bytes.data(), bytes.size(), tvkSourceAnyContent));
-                application.act(Action::reduce, setting % 4);
-                application.act(Action::conversionType, setting / 4);
-                application.act(Action::memoryManager, 0);
-                while (application.step(Loop::main)) {
-                }
-                EXPECT_EQ(application.result, tvkErrEndOfStream);
-            }
+            writeAtEverySizeAndLayout(bytes);
         }
     }
 }
@@ -292,16 +296,7 @@ TEST(Hostile, writersStayInsideThePlanesOfMpeg1BehindFieldPictures) {
         Bytes bytes = makeRandomStream(fields).bytes;
         const Bytes behind = makeRandomStream(frames).bytes;
         bytes.insert(bytes.end(), behind.begin(), behind.end());
-        for (uint8_t setting = 0; setting < 16; ++setting) {
-            Application application;
-            ASSERT_TRUE(application.open(bytes.data(), bytes.size(), tvkSourceAnyContent));
-            application.act(Action::reduce, setting % 4);
-            application.act(Action::conversionType, setting / 4);
-            application.act(Action::memoryManager, 0);
-            while (application.step(Loop::main)) {
-            }
-            EXPECT_EQ(application.result, tvkErrEndOfStream);
-        }
+        writeAtEverySizeAndLayout(bytes);
     }
 }
 
