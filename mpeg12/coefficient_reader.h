@@ -116,7 +116,7 @@ struct RunLevelReader {
     }
 
     TVK_INLINE bool takeEnd() {
-        const CodeBits end = intra ? set.endOfBlock : codes::kEndOfBlockB14;
+        const CodeBits end = intra ? set.endOfBlock : codes::kEndOfBlockB14;  // the latter known to the compiler
         if (peek(b, end.length) != end.code) return false;
         skip(b, end.length);
         return true;

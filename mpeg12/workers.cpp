@@ -36,14 +36,10 @@ void writeFlag(uint32_t &flag, uint32_t value) {
     std::atomic_ref<uint32_t>(flag).store(value, std::memory_order_release);
 }
 
-// Whether the slices of the picture depend on each other, and on one order:
-// - A P picture that nothing stands before is predicted from itself, and a B field that completes a reference frame
-// from
-//   the frame that it is stored in.
-// - At eighth size a second field is stored over the lines of the first that it is predicted from.
-// - An MPEG-1 sequence keeps the block count of an MPEG-2 one before it. More blocks than its frames have room for
-// reach
-//   into the macroblocks below.
+// Whether the slices of the picture depend on each other, and on one order. A P picture that nothing stands before is
+// predicted from itself, and a B field that completes a reference frame from the frame that it is stored in. At eighth
+// size a second field is stored over the lines of the first that it is predicted from. An MPEG-1 sequence keeps the
+// block count of an MPEG-2 one before it: blocks that its frames have no room for reach into the macroblocks below.
 bool slicesInOrder(const VideoStream *stream) {
     const FramePipeline &f = stream->frames;
     const Headers &h = stream->headers;
