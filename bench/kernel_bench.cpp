@@ -30,10 +30,11 @@ Data data;
 
 void predictOneSource(benchmark::State &state) {
     using Kernels = PredictionKernels<NativeLanes, 1, Diagonal::exact>;
-    const auto kernel = Kernels::one[static_cast<size_t>(state.range(1))][static_cast<size_t>(state.range(0))];
+    const auto fraction = static_cast<int32_t>(state.range(0));
+    const auto kernel = Kernels::oneOf(state.range(1) != 0, fraction);
     const PredictionTarget target = data.rows();
     for (auto _ : state) {
-        kernel(target, data.reference[0] + 5, kStride);
+        kernel(target, Kernels::startAt(data.reference[0] + 5, fraction), kStride);
         benchmark::ClobberMemory();
     }
     state.SetBytesProcessed(state.iterations() * 256);
@@ -42,10 +43,12 @@ BENCHMARK(predictOneSource)->ArgsProduct({{0, 1, 2, 3}, {0, 1}})->ArgNames({"fra
 
 void predictTwoSources(benchmark::State &state) {
     using Kernels = PredictionKernels<NativeLanes, 1, Diagonal::twoStage>;
-    const auto kernel = Kernels::two[static_cast<size_t>(state.range(1))][static_cast<size_t>(state.range(0))][3];
+    const auto fraction = static_cast<int32_t>(state.range(0));
+    const auto kernel = Kernels::twoOf(state.range(1) != 0, fraction, 3);
     const PredictionTarget target = data.rows();
     for (auto _ : state) {
-        kernel(target, data.reference[0] + 5, data.reference[1] + 9, kStride);
+        kernel(target, Kernels::startAt(data.reference[0] + 5, fraction), Kernels::startAt(data.reference[1] + 9, 3),
+               kStride);
         benchmark::ClobberMemory();
     }
     state.SetBytesProcessed(state.iterations() * 256);

@@ -90,16 +90,15 @@ inline void predictEighthPlane(uint8_t *out, ptrdiff_t stride, int32_t rows, int
         }
 }
 
-// `coded` as everywhere; in frame pictures all rows are predicted at once, whatever the form.
-template <PictureKind k, int count, Combine combine>
-void predictEighth(SliceWorker *w, const MacroblockTarget &t, PredictedRows coded, LineForm form,
-                   const PredictionSource (&sources)[count]) {
+// In frame pictures all rows are predicted at once, whatever the form.
+template <PictureKind k, RowSet coded, LineForm form, int count, Combine combine>
+void predictEighth(SliceWorker *w, const MacroblockTarget &t, int32_t part, const PredictionSource (&sources)[count]) {
     using Shape = ReducedShape<k>;
     constexpr int32_t height = k.chroma == chroma420 ? 2 : 1, chromaBytes = Shape::bytes * k.chromaColumns();
-    const int32_t rows = Shape::rows(k.field ? coded.count : 16), first = Shape::rows(k.field ? coded.first : 0);
-    const int32_t chromaRows = rows / height, chromaFirst = first / height;
-    const int64_t lumaAt = static_cast<int64_t>(w->currentLuma.stride) * (w->blockY + first) + w->blockX;
-    const int64_t chromaAt = static_cast<int64_t>(w->currentChroma.stride) * (w->chromaY + chromaFirst) + w->chromaX;
+    constexpr int32_t rows = Shape::rows(k.field ? coded.count : 16), chromaRows = rows / height;
+    const int32_t first = k.field ? Shape::rows(coded.first(part)) : 0, chromaFirst = first / height;
+    const int64_t lumaAt = lumaStart<k>(w) + static_cast<int64_t>(w->currentLuma.stride) * first;
+    const int64_t chromaAt = chromaStart<k>(w) + static_cast<int64_t>(w->currentChroma.stride) * chromaFirst;
     EighthSource luma[count], chroma[count];
     for (int i = 0; i < count; ++i) {
         const PredictionSource &s = sources[i];

@@ -75,10 +75,10 @@ struct Inter {
     // Beyond a line's end lies one of the field that the other threads are writing. A vector that leaves the picture is
     // held at its edge, so that such lines are never read and the samples are the same on any number of threads. Eighth
     // size, where slices go in order, does without.
-    static PredictionSource holdInside(const SliceWorker *w, PredictionSource a, PredictedRows rows) {
+    static PredictionSource holdInside(const SliceWorker *w, PredictionSource a, RowSet rows, int32_t part) {
         if constexpr (k.reduce == 8) return a;
         const Geometry &g = w->stream->geometry;
-        const int32_t x = 8 * w->blockX, y = 4 * w->blockY + rows.first;
+        const int32_t x = 8 * w->blockX, y = 4 * w->blockY + rows.first(part);
         const int32_t width = 8 * g.blockWidth8, height = 4 * ((g.blockHeight8 + 3) & ~3);
         a.x = std::max(-2 * x, std::min(a.x, 2 * (width - 16 - x)));
         a.y = std::max(-2 * y, std::min(a.y, 2 * (height - rows.count - y)));
@@ -87,10 +87,10 @@ struct Inter {
 
     // Vector r of direction s for some rows, read from the lines of parity `line`.
     static PredictionSource source(const SliceWorker *w, int32_t s, MotionVector v, int32_t line,
-                                   PredictedRows rows = kAllRows) {
+                                   RowSet rows = kAllRows, int32_t part = 0) {
         // The second field of a P frame finds the other parity in the field decoded just before, of the same frame.
         if (k.field && !k.b && w->secondFieldFlag && line != w->pictureStructureIndex)
-            return holdInside(w, {&w->currentLuma, &w->currentChroma, v.x, v.y, line}, rows);
+            return holdInside(w, {&w->currentLuma, &w->currentChroma, v.x, v.y, line}, rows, part);
         if (s == kForward) return {&w->forwardLuma, &w->forwardChroma, v.x, v.y, line};
         return {&w->backwardLuma, &w->backwardChroma, v.x, v.y, line};
     }
@@ -105,30 +105,26 @@ struct Inter {
     }
 
     // A frame picture's field vector counts field lines: the predictor's vertical part halved.
-    static PredictionSource fieldSource(const SliceWorker *w, int32_t s, int32_t r, PredictedRows rows = kAllRows) {
-        PredictionSource a = source(w, s, w->PMV[r][s], w->macroblock.motionVerticalFieldSelect[r][s], rows);
+    static PredictionSource fieldSource(const SliceWorker *w, int32_t s, int32_t r, RowSet rows = kAllRows) {
+        PredictionSource a = source(w, s, w->PMV[r][s], w->macroblock.motionVerticalFieldSelect[r][s], rows, r);
         if (!k.field) a.y >>= 1;
         return a;
     }
 
-    // The rows from one source, or from several together.
-    template <int count>
-    static void predictFrom(SliceWorker *w, const MacroblockTarget &t, PredictedRows rows,
-                            const PredictionSource (&sources)[count]) {
-        if constexpr (k.reduce == 1)
-            predictRows<k, count>(w, t, rows, sources);
-        else
-            predictReducedFrom<count, combineOf<k, count>()>(
-                w, t, rows, k.field || rows.step == 2 ? LineForm::field : LineForm::frame, sources);
+    static constexpr LineForm formOf(RowSet rows) {
+        return k.field || rows.step == 2 ? LineForm::field : LineForm::frame;
     }
 
-    template <int count, Combine combine>
-    static void predictReducedFrom(SliceWorker *w, const MacroblockTarget &t, PredictedRows rows, LineForm form,
-                                   const PredictionSource (&sources)[count]) {
-        if constexpr (k.reduce == 8)
-            predictEighth<k, count, combine>(w, t, rows, form, sources);
+    // A part's rows from one source, or from several together.
+    template <RowSet rows, int count, LineForm form = formOf(rows), Combine combine = combineOf<k, count>()>
+    static void predictFrom(SliceWorker *w, const MacroblockTarget &t, int32_t part,
+                            const PredictionSource (&sources)[count]) {
+        if constexpr (k.reduce == 1)
+            predictRows<k, rows, count>(w, t, part, sources);
+        else if constexpr (k.reduce == 8)
+            predictEighth<k, rows, form, count, combine>(w, t, part, sources);
         else
-            predictReduced<k, count>(w, t, rows, form, sources);
+            predictReduced<k, rows, form, count>(w, t, part, sources);
     }
 
     // --- Motion types ---------------------------------------------------------------------------------------------
@@ -136,25 +132,25 @@ struct Inter {
     enum MotionType : uint8_t { motionField = 1, motionFrameOr16x8 = 2, motionDualPrime = 3 };
 
     // Forward, backward or both, as the flags say; `make(s)` gives the source of a direction.
-    template <class Make>
-    static void predictDirections(SliceWorker *w, const MacroblockTarget &t, PredictedRows rows, bool forward,
-                                  bool backward, const Make &make) {
+    template <RowSet rows, class Make>
+    static void predictDirections(SliceWorker *w, const MacroblockTarget &t, int32_t part, bool forward, bool backward,
+                                  const Make &make) {
         if constexpr (k.b) {
-            if (forward && backward) return predictFrom<2>(w, t, rows, {make(kForward), make(kBackward)});
-            if (backward) return predictFrom<1>(w, t, rows, {make(kBackward)});
+            if (forward && backward) return predictFrom<rows, 2>(w, t, part, {make(kForward), make(kBackward)});
+            if (backward) return predictFrom<rows, 1>(w, t, part, {make(kBackward)});
         }
-        if (forward) predictFrom<1>(w, t, rows, {make(kForward)});
+        if (forward) predictFrom<rows, 1>(w, t, part, {make(kForward)});
     }
 
     static void predictFrame(SliceWorker *w, const MacroblockTarget &t, bool forward, bool backward) {
-        predictDirections(w, t, kAllRows, forward, backward, [w](int32_t s) { return frameSource(w, s); });
+        predictDirections<kAllRows>(w, t, 0, forward, backward, [w](int32_t s) { return frameSource(w, s); });
     }
 
     static void predictFields(SliceWorker *w, const MacroblockTarget &t, bool forward, bool backward) {
         if constexpr (k.reduce == 8) return predictFieldsTogether(w, t, forward, backward);
         for (int32_t r = 0; r < 2; ++r)
-            predictDirections(w, t, fieldRows(r), forward, backward,
-                              [w, r](int32_t s) { return fieldSource(w, s, r); });
+            predictDirections<kFieldRows>(w, t, r, forward, backward,
+                                          [w, r](int32_t s) { return fieldSource(w, s, r); });
     }
 
     // Eighth size knows no lines of a parity: both fields' predictions cover all rows and are averaged.
@@ -169,17 +165,17 @@ struct Inter {
 
     template <int count>
     static void predictTogether(SliceWorker *w, const MacroblockTarget &t, const PredictionSource (&sources)[count]) {
-        predictEighth<k, count, Combine::sum>(w, t, kAllRows, LineForm::field, sources);
+        predictFrom<kAllRows, count, LineForm::field, Combine::sum>(w, t, 0, sources);
     }
 
     static void predictField(SliceWorker *w, const MacroblockTarget &t, bool forward, bool backward) {
-        predictDirections(w, t, kAllRows, forward, backward, [w](int32_t s) { return fieldSource(w, s, 0); });
+        predictDirections<kAllRows>(w, t, 0, forward, backward, [w](int32_t s) { return fieldSource(w, s, 0); });
     }
 
     static void predict16x8(SliceWorker *w, const MacroblockTarget &t, bool forward, bool backward) {
         for (int32_t r = 0; r < 2; ++r)
-            predictDirections(w, t, halfRows(r), forward, backward,
-                              [w, r](int32_t s) { return fieldSource(w, s, r, halfRows(r)); });
+            predictDirections<kHalfRows>(w, t, r, forward, backward,
+                                         [w, r](int32_t s) { return fieldSource(w, s, r, kHalfRows); });
     }
 
     // Half of v, rounding half away from zero.
@@ -197,8 +193,8 @@ struct Inter {
         if constexpr (k.field) {
             const int32_t parity = w->pictureStructureIndex;
             w->derivedVector[0] = derived(w, v.x, v.y, 2 * parity - 1);
-            predictFrom<2>(w, t, kAllRows,
-                           {source(w, kForward, v, parity), source(w, kForward, w->derivedVector[0], 1 - parity)});
+            predictFrom<kAllRows, 2>(
+                w, t, 0, {source(w, kForward, v, parity), source(w, kForward, w->derivedVector[0], 1 - parity)});
         } else {
             const int32_t y = v.y >> 1;
             const bool topFirst = w->stream->headers.pictureCoding.topFieldFirst != 0;
@@ -212,7 +208,7 @@ struct Inter {
             }
             if constexpr (k.reduce == 8) return predictTogether<4>(w, t, {same[0], same[1], other[0], other[1]});
             for (int32_t parity = 0; parity < 2; ++parity)
-                predictFrom<2>(w, t, fieldRows(parity), {same[parity], other[parity]});
+                predictFrom<kFieldRows, 2>(w, t, parity, {same[parity], other[parity]});
         }
     }
 
@@ -233,10 +229,7 @@ struct Inter {
     static void predictColocated(SliceWorker *w) {
         const int32_t parity = k.field && !ReducedShape<k>::stacked ? w->pictureStructureIndex : 0;
         const PredictionSource sources[1] = {{&w->forwardLuma, &w->forwardChroma, 0, 0, parity}};
-        if constexpr (k.reduce == 1)
-            predictRows<k, 1>(w, target(w), kAllRows, sources);
-        else
-            predictReducedFrom<1, Combine::sum>(w, target(w), kAllRows, LineForm::copy, sources);
+        predictFrom<kAllRows, 1, LineForm::copy>(w, target(w), 0, sources);
     }
 
     // --- Macroblocks ----------------------------------------------------------------------------------------------

@@ -12,9 +12,6 @@
 
 namespace tvk {
 
-// Half-sample fractions of a vector: bit 0 horizontal, bit 1 vertical.
-inline constexpr int32_t kFractions = 4;
-
 enum class Diagonal : uint8_t { twoStage, exact };
 
 // How the residual's 8 values a row meet the 16 bytes of a row: `side` puts two rows beside each other (luma's left
@@ -30,60 +27,55 @@ struct ResidualRows {
     ptrdiff_t step;  // values from a row to the next
 };
 
-// One reference row at a time, interpolated. `step` is the distance to the right-hand neighbour of the same component:
-// 1 for luma, 2 for interleaved chroma. Reads rows + (fraction >> 1) rows of 16 + step * (fraction & 1) bytes.
+// Where a prediction's rows are read: the first sample, and the distance to the right-hand neighbour of the same
+// component, 0 without a horizontal fraction. A sample's mean with itself is the sample, so that vectors of either
+// kind, which follow no pattern, run through the same instructions.
+struct ReferenceStart {
+    const uint8_t *data;
+    ptrdiff_t right;
+};
+
+// One reference row at a time, interpolated. Reads a row more where the fraction is vertical, and 16 + right bytes a
+// row.
 //
 // DEPARTURE(two-stage half-sample): where both fractions are set, B pictures and dual prime average twice with
 // rounding up, pavg(pavg(a, b), pavg(c, d)), up to one level above (a + b + c + d + 2) >> 2, for speed.
-template <class L, int step, int fraction, Diagonal diagonal>
+template <class L, bool vertical, Diagonal diagonal>
 struct ReferenceRows {
     using Bytes = typename L::U8x16;
-    static constexpr bool horizontal = (fraction & 1) != 0, vertical = (fraction & 2) != 0;
-    static constexpr bool exact = horizontal && vertical && diagonal == Diagonal::exact;
+    static constexpr bool exact = vertical && diagonal == Diagonal::exact;
 
     const uint8_t *source;
-    ptrdiff_t stride;
+    ptrdiff_t right, stride;
     Bytes above;      // the row above, horizontally averaged
     Bytes aboveBits;  // a ^ b of that row: where its average was rounded up
 
-    ReferenceRows(const uint8_t *s, ptrdiff_t d) : source(s), stride(d) {
+    ReferenceRows(ReferenceStart s, ptrdiff_t d) : source(s.data), right(s.right), stride(d) {
         if constexpr (vertical) above = load(aboveBits);
     }
 
     Bytes load(Bytes &bits) {
         prefetchRead(source, kLineAhead);
-        const Bytes a = L::loadU(source);
-        if constexpr (!horizontal) {
-            source += stride;
-            return a;
-        } else {
-            const Bytes b = L::loadU(source + step);
-            source += stride;
-            if constexpr (exact) bits = L::bitXor(a, b);
-            return L::avgUp(a, b);
-        }
+        const Bytes a = L::loadU(source), b = L::loadU(source + right);
+        source += stride;
+        if constexpr (exact) bits = L::bitXor(a, b);
+        return L::avgUp(a, b);
     }
 
     Bytes next() {
         Bytes bits;
         const Bytes row = load(bits);
-        if constexpr (!vertical) {
-            return row;
-        } else {
-            const Bytes average = L::avgUp(above, row);
-            if constexpr (!exact) {
-                above = row;
-                return average;
-            } else {
-                // (a + b + c + d + 2) >> 2 = pavg(x, y) - (((a ^ b) | (c ^ d)) & (x ^ y) & 1), x and y the averages
-                // of the rows: the two roundings up go too far just when x + y is odd and a row's own sum was.
-                const Bytes excess =
-                    L::bitAnd(L::bitAnd(L::bitOr(aboveBits, bits), L::bitXor(above, row)), L::splat8(1));
-                above = row;
-                aboveBits = bits;
-                return L::subWrap(average, excess);
-            }
+        if constexpr (!vertical) return row;
+        Bytes average = L::avgUp(above, row);
+        if constexpr (exact) {
+            // (a + b + c + d + 2) >> 2 = pavg(x, y) - (((a ^ b) | (c ^ d)) & (x ^ y) & 1), x and y the averages of the
+            // rows: the two roundings up go too far just when x + y is odd and a row's own sum was.
+            const Bytes excess = L::bitAnd(L::bitAnd(L::bitOr(aboveBits, bits), L::bitXor(above, row)), L::splat8(1));
+            average = L::subWrap(average, excess);
+            aboveBits = bits;
         }
+        above = row;
+        return average;
     }
 };
 
@@ -107,9 +99,9 @@ struct PredictionTarget {
     ResidualRows residual;
 };
 
-template <class L, int step, int fraction, Diagonal diagonal, Residual form>
-void predictOne(const PredictionTarget &t, const uint8_t *source, ptrdiff_t stride) {
-    ReferenceRows<L, step, fraction, diagonal> rows(source, stride);
+template <class L, bool vertical, Diagonal diagonal, Residual form>
+void predictOne(const PredictionTarget &t, ReferenceStart source, ptrdiff_t stride) {
+    ReferenceRows<L, vertical, diagonal> rows(source, stride);
     uint8_t *out = t.data;
     const int16_t *first = t.residual.first, *second = t.residual.second;
     for (int32_t r = t.rows; r > 0; --r) {
@@ -121,10 +113,10 @@ void predictOne(const PredictionTarget &t, const uint8_t *source, ptrdiff_t stri
     }
 }
 
-template <class L, int step, int fractionA, int fractionB, Residual form>
-void predictTwo(const PredictionTarget &t, const uint8_t *a, const uint8_t *b, ptrdiff_t stride) {
-    ReferenceRows<L, step, fractionA, Diagonal::twoStage> rowsA(a, stride);
-    ReferenceRows<L, step, fractionB, Diagonal::twoStage> rowsB(b, stride);
+template <class L, bool verticalA, bool verticalB, Residual form>
+void predictTwo(const PredictionTarget &t, ReferenceStart a, ReferenceStart b, ptrdiff_t stride) {
+    ReferenceRows<L, verticalA, Diagonal::twoStage> rowsA(a, stride);
+    ReferenceRows<L, verticalB, Diagonal::twoStage> rowsB(b, stride);
     uint8_t *out = t.data;
     const int16_t *first = t.residual.first, *second = t.residual.second;
     for (int32_t r = t.rows; r > 0; --r) {
@@ -136,27 +128,32 @@ void predictTwo(const PredictionTarget &t, const uint8_t *a, const uint8_t *b, p
     }
 }
 
-using PredictOne = void (*)(const PredictionTarget &, const uint8_t *, ptrdiff_t);
-using PredictTwo = void (*)(const PredictionTarget &, const uint8_t *, const uint8_t *, ptrdiff_t);
+using PredictOne = void (*)(const PredictionTarget &, ReferenceStart, ptrdiff_t);
+using PredictTwo = void (*)(const PredictionTarget &, ReferenceStart, ReferenceStart, ptrdiff_t);
 
-// The kernels of one component. With a residual or without, by fraction:
-//     one[residual][fraction], two[residual][4 * fractionA + fractionB]
+// The kernels of one component, `step` 1 for luma and 2 for interleaved chroma. With a residual or without, by the
+// vertical bits of the fractions:
+//     one[residual][verticalA], two[residual][2 * verticalA + verticalB]
 template <class L, int step, Diagonal diagonal>
 struct PredictionKernels {
     static constexpr Residual form = step == 1 ? Residual::side : Residual::interleaved;
     template <Residual r>
-    static constexpr std::array<PredictOne, 4> oneSource = {
-        predictOne<L, step, 0, diagonal, r>, predictOne<L, step, 1, diagonal, r>, predictOne<L, step, 2, diagonal, r>,
-        predictOne<L, step, 3, diagonal, r>};
-    template <Residual r, int a>
-    static constexpr std::array<PredictTwo, 4> twoSources = {predictTwo<L, step, a, 0, r>, predictTwo<L, step, a, 1, r>,
-                                                             predictTwo<L, step, a, 2, r>,
-                                                             predictTwo<L, step, a, 3, r>};
-    static constexpr std::array<std::array<PredictOne, 4>, 2> one = {oneSource<Residual::none>, oneSource<form>};
-    static constexpr std::array<std::array<std::array<PredictTwo, 4>, 4>, 2> two = {
-        {{twoSources<Residual::none, 0>, twoSources<Residual::none, 1>, twoSources<Residual::none, 2>,
-          twoSources<Residual::none, 3>},
-         {twoSources<form, 0>, twoSources<form, 1>, twoSources<form, 2>, twoSources<form, 3>}}};
+    static constexpr std::array<PredictOne, 2> oneSource = {predictOne<L, false, diagonal, r>,
+                                                            predictOne<L, true, diagonal, r>};
+    template <Residual r>
+    static constexpr std::array<PredictTwo, 4> twoSources = {
+        predictTwo<L, false, false, r>, predictTwo<L, false, true, r>, predictTwo<L, true, false, r>,
+        predictTwo<L, true, true, r>};
+    static constexpr std::array<std::array<PredictOne, 2>, 2> one = {oneSource<Residual::none>, oneSource<form>};
+    static constexpr std::array<std::array<PredictTwo, 4>, 2> two = {twoSources<Residual::none>, twoSources<form>};
+
+    static ReferenceStart startAt(const uint8_t *data, int32_t fraction) { return {data, step * (fraction & 1)}; }
+    static PredictOne oneOf(bool residual, int32_t fraction) {
+        return one[residual][static_cast<size_t>(fraction >> 1)];
+    }
+    static PredictTwo twoOf(bool residual, int32_t fractionA, int32_t fractionB) {
+        return two[residual][static_cast<size_t>((fractionA & 2) | fractionB >> 1)];
+    }
 };
 
 }  // namespace tvk

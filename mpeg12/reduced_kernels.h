@@ -83,7 +83,8 @@ struct ReducedKernels {
         return L::template shrLogical<2 * log2Base>(L::addWrap(sum, L::splat16(base * base / 2)));
     }
 
-    static void copyRows(V *row, const ReducedSource &s, int32_t rows) {
+    template <int32_t rows>
+    static void copyRows(V *row, const ReducedSource &s) {
         const uint8_t *p = s.data;
         for (int32_t i = 0; i < rows; ++i, p += s.stride) {
             prefetchRead(p, kLineAhead);
@@ -93,9 +94,9 @@ struct ReducedKernels {
 
     // The lower neighbour of a row is `below` rows on; rows >= below. Without a vertical phase what lies behind the
     // last row has no weight, and the last row is read in its place.
-    template <int32_t below>
-    static void weighRows(V *row, const ReducedSource &s, int32_t rows) {
-        static_assert(below == 1 || below == 2);
+    template <int32_t below, int32_t rows>
+    static void weighRows(V *row, const ReducedSource &s) {
+        static_assert((below == 1 || below == 2) && rows >= below);
         const V up = L::splat16(base - s.phaseY), down = L::splat16(s.phaseY);
         Lines lines(s);
         V upper = lines.next();
@@ -131,7 +132,8 @@ struct ReducedKernels {
 
     // Quarter size: pairs of rows, each pair from a window of four lines. In place of lines that weigh nothing the
     // first one is read.
-    static void weighWindows(V *row, const ReducedSource &s, int32_t rows) {
+    template <int32_t rows>
+    static void weighWindows(V *row, const ReducedSource &s) {
         static_assert(!half);
         const Lines lines(s);
         const uint8_t *upper = kFrameLineWeights[s.phaseY], *lower = kFrameLineWeights[s.phaseY + 2];
@@ -170,8 +172,8 @@ struct ReducedKernels {
 
     // Two sources meet without rounding up: (2 residual + a + b) >> 1, clamped.
     // DEPARTURE(reduced-size bidirectional): the standards round the mean of two predictions up.
-    template <bool residual, bool mean>
-    static void storeRows(uint8_t *out, ptrdiff_t stride, int32_t rows, const V *a, const V *b, ResidualRows r) {
+    template <bool residual, bool mean, int32_t rows>
+    static void storeRows(uint8_t *out, ptrdiff_t stride, const V *a, const V *b, ResidualRows r) {
         for (int32_t i = 0; i < rows; ++i, out += stride) {
             V value = a[i];
             if constexpr (mean) value = L::template shrLogical<1>(L::addWrap(value, b[i]));
@@ -184,13 +186,12 @@ struct ReducedKernels {
             half ? L::storeHalf(out, samples) : L::storeQuarter(out, samples);
         }
     }
-    template <bool mean>
-    static void store(uint8_t *out, ptrdiff_t stride, int32_t rows, const V *a, const V *b, bool residual,
-                      const ResidualRows &r) {
+    template <bool mean, int32_t rows>
+    static void store(uint8_t *out, ptrdiff_t stride, const V *a, const V *b, bool residual, const ResidualRows &r) {
         if (residual)
-            storeRows<true, mean>(out, stride, rows, a, b, r);
+            storeRows<true, mean, rows>(out, stride, a, b, r);
         else
-            storeRows<false, mean>(out, stride, rows, a, b, r);
+            storeRows<false, mean, rows>(out, stride, a, b, r);
     }
 };
 

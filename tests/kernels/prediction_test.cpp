@@ -77,11 +77,12 @@ void runCase(Scene &scene, const Case &c) {
     const PredictionTarget target = {
         scene.target + kTargetStride + 16, kTargetStride, c.rows, {scene.residual[0], scene.residual[1], 8}};
     const uint8_t *a = scene.reference[0] + c.columnOffset, *b = scene.reference[1] + c.columnOffset;
-    const auto fraction = [&](size_t i) { return static_cast<size_t>(c.fractions[i]); };
+    const int32_t fractionA = c.fractions[0], fractionB = c.fractions[1];
     if (c.two)
-        Kernels::two[c.residual][fraction(0)][fraction(1)](target, a, b, kStride);
+        Kernels::twoOf(c.residual, fractionA, fractionB)(target, Kernels::startAt(a, fractionA),
+                                                         Kernels::startAt(b, fractionB), kStride);
     else
-        Kernels::one[c.residual][fraction(0)](target, a, kStride);
+        Kernels::oneOf(c.residual, fractionA)(target, Kernels::startAt(a, fractionA), kStride);
     for (int32_t row = -1; row < c.rows + 1; ++row) {
         for (int32_t column = 0; column < kTargetStride; ++column) {
             const bool inside = row >= 0 && row < c.rows && column >= 16;
@@ -118,6 +119,9 @@ TEST(PredictionKernels, agreeWithTheObviousFormOnPortableLanes) {
     runAll<PortableLanes>();
 }
 
+template <Diagonal diagonal>
+using LumaKernels = PredictionKernels<NativeLanes, 1, diagonal>;
+
 // The three stated samples, and every combination of low bits that rounding can depend on.
 TEST(PredictionKernels, exactDiagonalIsTheRoundedMeanOfFour) {
     for (int32_t bits = 0; bits < 256; ++bits) {
@@ -127,7 +131,7 @@ TEST(PredictionKernels, exactDiagonalIsTheRoundedMeanOfFour) {
         source[kStride] = bits >> 4 & 3;
         source[kStride + 1] = bits >> 6;
         const PredictionTarget target = {out, 16, 1, {nullptr, nullptr, 0}};
-        PredictionKernels<NativeLanes, 1, Diagonal::exact>::one[0][3](target, source, kStride);
+        LumaKernels<Diagonal::exact>::oneOf(false, 3)(target, {source, 1}, kStride);
         EXPECT_EQ(out[0], (source[0] + source[1] + source[kStride] + source[kStride + 1] + 2) >> 2);
     }
 }
@@ -135,8 +139,8 @@ TEST(PredictionKernels, exactDiagonalIsTheRoundedMeanOfFour) {
 TEST(PredictionKernels, twoStageDiagonalRoundsUpWhereTheExactMeanDoesNot) {
     alignas(16) uint8_t source[2 * kStride] = {}, exact[16], twoStage[16];
     source[kStride + 1] = 1;  // 0, 0, 0, 1
-    PredictionKernels<NativeLanes, 1, Diagonal::exact>::one[0][3]({exact, 16, 1, {}}, source, kStride);
-    PredictionKernels<NativeLanes, 1, Diagonal::twoStage>::one[0][3]({twoStage, 16, 1, {}}, source, kStride);
+    LumaKernels<Diagonal::exact>::oneOf(false, 3)({exact, 16, 1, {}}, {source, 1}, kStride);
+    LumaKernels<Diagonal::twoStage>::oneOf(false, 3)({twoStage, 16, 1, {}}, {source, 1}, kStride);
     EXPECT_EQ(exact[0], 0);
     EXPECT_EQ(twoStage[0], 1);
 }
@@ -147,7 +151,7 @@ TEST(PredictionKernels, residualClampsAtBothEnds) {
     std::fill_n(source, 16, uint8_t{100});
     std::fill_n(up, 8, int16_t{300});
     std::fill_n(down, 8, int16_t{-300});
-    PredictionKernels<NativeLanes, 1, Diagonal::exact>::one[1][0]({out, 16, 1, {up, down, 8}}, source, 16);
+    LumaKernels<Diagonal::exact>::oneOf(true, 0)({out, 16, 1, {up, down, 8}}, {source, 0}, 16);
     EXPECT_EQ(out[0], 255);
     EXPECT_EQ(out[8], 0);
 }
