@@ -94,7 +94,7 @@ TVK_INLINE int64_t chromaStart(const SliceWorker *w) {
 
 // Field pictures hold the residual by blocks of 8 rows, so that 16 rows with a residual go in two turns.
 template <PictureKind k, int32_t rows>
-constexpr bool kSplitsRows = k.field &&rows == 16;
+constexpr bool kSplitsRows = rows == 16 ? k.field : false;
 
 template <PictureKind k, RowSet rows, int count>
 TVK_INLINE void predictLuma(SliceWorker *w, const MacroblockTarget &t, int32_t part,

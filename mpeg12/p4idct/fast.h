@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "core/inline.h"
 #include "mpeg12/p4idct/aan.h"
 #include "mpeg12/p4idct/form.h"
 
@@ -47,7 +48,7 @@ struct FastIdct {
     }
 
     // p[i] holds rows 2i and 2i + 1 of 8 pixels.
-    static void pixels(const int16_t *block, BlockForm form, B (&p)[4]) {
+    TVK_INLINE static void pixels(const int16_t *block, BlockForm form, B (&p)[4]) {
         if (form == BlockForm::single) {
             p[0] = p[1] = p[2] = p[3] = L::splat8(flatPixel(block[0]));
             return;
