@@ -247,10 +247,12 @@ struct Inter {
         write(w);
     }
 
-    // Repeats the last macroblock's directions with the present predictors and no residual.
+    // Repeats the last macroblock's directions with the present predictors and no residual. Behind an intra macroblock
+    // there are none; the application's buffer gets zeros then.
     static void skipB(SliceWorker *w) {
-        if (w->outputY) std::memset(w->macroblockPixels, 0, sizeof w->macroblockPixels);
-        predict(w, w->previousMotionForward != 0, w->previousMotionBackward != 0);
+        const bool forward = w->previousMotionForward != 0, backward = w->previousMotionBackward != 0;
+        if (w->outputY && !forward && !backward) std::memset(w->macroblockPixels, 0, sizeof w->macroblockPixels);
+        predict(w, forward, backward);
         constexpr bool silent = !k.mpeg1 && k.chroma == chroma422 && k.field;
         if (!silent || w->outputY) raise(w, eventMacroblockDoneInter);
         write(w);

@@ -16,6 +16,7 @@ namespace {
 
 // The target's lines of the macroblocks that come next.
 constexpr uintptr_t kTargetAhead = 128;
+constexpr int32_t kLineBytes = 64;
 
 struct Plane {
     const uint8_t *data;
@@ -25,7 +26,8 @@ struct Plane {
 struct Target {
     uint8_t *data;
     ptrdiff_t stride;
-    int32_t rows;  // those that lie inside the application's buffer
+    int32_t rows;     // those that lie inside the application's buffer
+    bool startsLine;  // the first macroblock in a cache line of the row
 };
 
 template <WriterKind k>
@@ -53,7 +55,14 @@ struct Writer {
         const int32_t line = w->blockY * k.unit() / shrink + (k.field ? w->pictureStructureIndex : 0);
         const int32_t column = w->blockX * k.unit() / shrink;
         const int32_t rows = std::clamp((limit - line + lineStep - 1) / lineStep, 0, std::max(side / shrink, 1));
-        return {plane + stride * line + sampleBytes * column, stride * lineStep, rows};
+        const int32_t firstByte = sampleBytes * column, bytes = sampleBytes * side / shrink;
+        return {plane + stride * line + firstByte, stride * lineStep, rows, firstByte % kLineBytes < bytes};
+    }
+
+    // Planes have so many rows that asking for a line once, not with each macroblock in it, tells.
+    static void askAhead(const Target &t) {
+        if (!t.startsLine) return;
+        for (int32_t row = 0; row < t.rows; ++row) prefetchWrite(t.data + t.stride * row, kTargetAhead);
     }
 
     // Luma and chroma bytes in turn, the chroma byte second or first.
@@ -101,10 +110,8 @@ struct Writer {
     static void copyLuma(SliceWorker *w) {
         const Plane y = luma(w);
         const Target t = target(w, w->outputY, 1, 1, w->stream->conversion.outputStride);
-        for (int32_t row = 0; row < t.rows; ++row) {
-            prefetchWrite(t.data + t.stride * row, kTargetAhead);
-            std::memcpy(t.data + t.stride * row, y.data + y.stride * row, side);
-        }
+        askAhead(t);
+        for (int32_t row = 0; row < t.rows; ++row) std::memcpy(t.data + t.stride * row, y.data + y.stride * row, side);
     }
 
     // One target row of chroma at half the luma's width from the source rows that it stands for.
@@ -131,17 +138,33 @@ struct Writer {
         }
     }
 
+    // Two rows of each component at once.
+    TVK_INLINE static void splitTwo(uint8_t *u, uint8_t *v, ptrdiff_t targetStride, const uint8_t *c,
+                                    ptrdiff_t stride) {
+        using L = NativeLanes;
+        const auto upper = L::loadU(c), lower = L::loadU(c + stride);
+        const auto cb = L::evenBytes(upper, lower), cr = L::oddBytes(upper, lower);
+        L::storeHalf(u, cb);
+        L::storeHighHalf(u + targetStride, cb);
+        L::storeHalf(v, cr);
+        L::storeHighHalf(v + targetStride, cr);
+    }
+
     static void writeYv12(SliceWorker *w) {
         copyLuma(w);
         const Plane c = chroma(w);
         const ptrdiff_t stride = w->stream->conversion.outputStride / 2;
         const Target u = target(w, w->outputU, 2, 1, stride), v = target(w, w->outputV, 2, 1, stride);
         constexpr int32_t sourceRows = k.chroma == chroma420 ? 1 : 2;
-        for (int32_t row = 0; row < u.rows; ++row) {
-            prefetchWrite(u.data + u.stride * row, kTargetAhead);
-            prefetchWrite(v.data + v.stride * row, kTargetAhead);
-            splitHalf(u.data + u.stride * row, v.data + v.stride * row, c.data + c.stride * sourceRows * row, c.stride);
+        askAhead(u);
+        askAhead(v);
+        int32_t row = 0;
+        if constexpr (side == 16 && k.chroma == chroma420) {
+            for (; row + 1 < u.rows; row += 2)
+                splitTwo(u.data + u.stride * row, v.data + v.stride * row, u.stride, c.data + c.stride * row, c.stride);
         }
+        for (; row < u.rows; ++row)
+            splitHalf(u.data + u.stride * row, v.data + v.stride * row, c.data + c.stride * sourceRows * row, c.stride);
     }
 
     // Plain decimation to a quarter in each direction.
