@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
 #include "tvk.h"
 
@@ -47,11 +48,15 @@ struct FrameRing {
     VideoFrame **ringFrames;
 };
 
-// Slice workers. `workersStop` and `workerFault` are touched through std::atomic_ref alone.
+// Slice workers. `workersStop` and `workerFault` are touched through std::atomic_ref alone; the rest is written before
+// the workers start on a picture.
 struct WorkerSet {
     SliceWorker **workers;  // threadCount pointers; worker 0 is the calling thread's own
     uint32_t workersStop;
     uint32_t workerFault;
+    uint32_t inOrder;  // worker 0 decodes the picture by itself
+    uint32_t
+        lastAddress[std::extent_v<decltype(PictureUnit::startOffsets)>];  // by slice: where it has to end at the latest
 };
 
 // What MPEG-2's scalable extensions announce; parsed, and used by the macroblock layer's syntax alone.

@@ -37,7 +37,7 @@ struct WalkSettings {
     int32_t threads = 1;
     bool precise = false;
     bool managed = false;  // macroblocks go to a buffer of the application too
-    bool watched = false;  // notes whether slices claim each other's macroblocks
+    bool watched = false;  // has a user callback
     Loop loop = Loop::main;
 };
 // Work mode 2 becomes 0: it needs a list.
@@ -53,9 +53,6 @@ struct Outcome {
 
 struct Walk {
     std::vector<Outcome> outcomes;
-    // Two slices of some picture decoded the same macroblock, and what it holds depends on which came last; or one had
-    // the reserved motion type. Of watched walks.
-    bool contested = false;
 };
 
 // Steps to the end, with the plan's jump behind the second step. A step that found no data is made again and leaves no
@@ -67,7 +64,5 @@ Walk walk(const Decoder &decoder, const Plan &plan, const WalkSettings &settings
 uint64_t digest(const void *bytes, size_t size, uint64_t seed);
 // End the process at the first difference.
 void demandEqual(const Walk &a, const Walk &b);
-// Results and numbers alone.
-void demandEqualCourse(const Walk &a, const Walk &b);
 
 }  // namespace tvkfuzz

@@ -1002,6 +1002,10 @@ TVK_API int32_t tvkGetVideoSP_FrameTypesToProcess(VideoStream *stream, uint32_t 
  * picture has slices bring nothing. With a memory manager use 1. Stops the threads there are and starts new ones, so it
  * must not be called while a step is running, although only a change is refused with tvkErrBusy then.
  *
+ * The samples are the same on any number of threads, those of damaged streams too: a damaged picture whose slices get
+ * in each other's way is decoded again on one thread, so that it takes up to twice the time. Events come of the first
+ * decoding alone then, in which a slice ends where the next one begins.
+ *
  * Errors: tvkErrInvalidArgument below 1, tvkErrOutOfMemory: the threads stay as they were. tvkErrNoThreads for another
  * coding family. A thread that cannot be started shows as tvkErrWorkerFailed at the next step.
  */

@@ -178,6 +178,7 @@ int32_t decodeCompact(SliceWorker *w) {
     else
         for (int32_t i = 0; i < stored; ++i) w->blocks[i] = kept[i][0];
     w->dirtyBlocks |= kFirstBlockBit;
+    w->wantsOrder |= complete != blocks;
     if (complete == blocks) pairs ? DequantiseCompactPair<intra>(w, coded) : DequantiseCompactSingle<intra>(w, coded);
     if constexpr (!intra) w->stream->chosen.residualReconstruct(w);
     return complete == blocks ? 0 : -1;

@@ -125,9 +125,13 @@ struct HeaderReader {
 
     // ISO/IEC 13818-2, tables 6-17 and 6-18, with their conditions on the weight class. What is outside them has no
     // prediction; type 0 leaves the last one's form.
-    TVK_INLINE static void applyMotionType(MacroblockRecord &m, bool frame, uint8_t type) {
+    TVK_INLINE static void applyMotionType(SliceWorker *w, bool frame, uint8_t type) {
+        MacroblockRecord &m = w->macroblock;
         const uint8_t weightClass = k.known() ? 0 : m.spatialTemporalRow[2];
-        if (type == 0) return;
+        if (type == 0) {
+            w->wantsOrder = true;
+            return;
+        }
         if (frame && type == 1)
             setPrediction(m, 1, weightClass < 2 ? 2 : 1, 0, 0);
         else if (frame && type == 2)
@@ -142,7 +146,8 @@ struct HeaderReader {
             setPrediction(m, 0, 0, 0, 0);
     }
 
-    static void readFieldMotionType(MacroblockRecord &m, BitWindow &b, bool motion, bool concealment) {
+    static void readFieldMotionType(SliceWorker *w, BitWindow &b, bool motion, bool concealment) {
+        MacroblockRecord &m = w->macroblock;
         m.fieldMotionType = 1;
         if (!motion) {
             m.motionVectorCount = 1;
@@ -150,7 +155,7 @@ struct HeaderReader {
             return;
         }
         if (!concealment) m.fieldMotionType = static_cast<uint8_t>(take(b, 2));
-        applyMotionType(m, false, m.fieldMotionType);
+        applyMotionType(w, false, m.fieldMotionType);
     }
 
     TVK_INLINE static void readMotionType(SliceWorker *w, BitWindow &b, uint32_t flags, bool concealment) {
@@ -159,11 +164,11 @@ struct HeaderReader {
         const bool motion = (flags & (typeForward | typeBackward)) != 0;
         const bool frameOnly = k.known() ? k.form == HeaderForm::frameOnly : c.framePredFrameDct != 0;
         m.dctType = 0;
-        if (!k.known() && c.pictureStructure != structureFrame) return readFieldMotionType(m, b, motion, concealment);
+        if (!k.known() && c.pictureStructure != structureFrame) return readFieldMotionType(w, b, motion, concealment);
         m.frameMotionType = 2;
         if (motion) {
             if (!frameOnly && !concealment) m.frameMotionType = static_cast<uint8_t>(take(b, 2));
-            applyMotionType(m, true, m.frameMotionType);
+            applyMotionType(w, true, m.frameMotionType);
         } else if (concealment) {
             m.motionVectorCount = 1;
             m.dualPrime = 0;
@@ -285,6 +290,11 @@ HeaderFunction headerReaderFor(const VideoStream *stream) {
                       : kReadersByType<HeaderForm::frameOnly, false>)[type - pictureI];
     if (known && !mpeg1) return kReadersByType<HeaderForm::frame, false>[type - pictureI];
     return HeaderReader<HeaderKind{HeaderForm::any, false, 0}>::read;
+}
+
+bool readAddressIncrement(SliceWorker *w) {
+    BitWindow b = copyOf(w->bits);
+    return HeaderReader<HeaderKind{HeaderForm::any, false, 0}>::readAddress(w, b);
 }
 
 }  // namespace tvk

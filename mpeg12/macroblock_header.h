@@ -16,4 +16,7 @@ inline void resetDcPredictors(SliceWorker *worker) {
 // block pattern into worker->macroblock; false on an invalid code, after which the slice is over.
 HeaderFunction headerReaderFor(const VideoStream *stream);
 
+// The address increment alone, whatever the picture; false on an invalid code.
+bool readAddressIncrement(SliceWorker *worker);
+
 }  // namespace tvk

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "core/callbacks.h"
+#include "core/inline.h"
 #include "mpeg12/macroblock_header.h"
 #include "mpeg12/position.h"
 #include "mpeg12/worker.h"
@@ -81,7 +82,20 @@ void reconstruct(SliceWorker *w, int32_t index) {
     }
 }
 
+// Whether the macroblock whose header stands waits for the picture to be decoded in order, see dealing.cpp.
+TVK_INLINE bool leavesItsOrder(SliceWorker *w) {
+    w->wantsOrder |= w->macroblock.macroblockAddress > w->lastAddress;
+    return w->wantsOrder && !w->stream->workers.inOrder;
+}
+
 }  // namespace
+
+uint32_t firstAddressOfSlice(SliceWorker *w) {
+    openWindow(w->bits, w->reader);
+    readSliceHeader(w, w->bits);
+    const uint32_t before = w->macroblock.previousAddress;
+    return readAddressIncrement(w) ? w->macroblock.macroblockAddress : before + 1;
+}
 
 void DecodeSlice(SliceWorker *w) {
     const VideoStream *stream = w->stream;
@@ -96,6 +110,8 @@ void DecodeSlice(SliceWorker *w) {
             raiseBadCode(w->stream);
             return;
         }
+        if (leavesItsOrder(w)) [[unlikely]]
+            return;
         w->event.macroblock = &w->macroblock;
         raiseEvent(w->stream, &w->event, eventMacroblock);
         stream->chosen.coefficientParser(w);

@@ -70,6 +70,8 @@ struct alignas(64) SliceWorker {
     uint8_t previousMotionForward, previousMotionBackward;
     const int16_t *residual;            // `blocks`, the reduced area, or zeros during skipped macroblocks
     bool lumaResidual, chromaResidual;  // false lets prediction store without adding
+    bool wantsOrder;                    // what the slices gave depends on those before them, whoever decoded these
+    uint32_t lastAddress;               // of the slice at hand: macroblocks behind it are the next slice's
 
     PlaneView currentLuma, currentChroma, forwardLuma, forwardChroma, backwardLuma, backwardChroma;
     uint8_t *outputY, *outputU, *outputV;  // application output, worker 0 only
@@ -114,8 +116,8 @@ bool replaceWorkers(VideoStream *stream, uint32_t count);
 void destroyWorkers(VideoStream *stream);
 // The stream's user value and the worker's blocks into its event records.
 void initWorkerEvents(SliceWorker *worker);
-// Decodes all slices of the loaded unit into currentFrame; see there for when nothing is decoded.
-void decodePicture(VideoStream *stream);
+// A worker has no thread: nothing is decoded until the stream gets other workers, and steps on several threads fail.
+bool workerFault(const VideoStream *stream);
 bool workerFailed(const VideoStream *stream);
 
 // mpeg12/motion_vectors.cpp
@@ -127,10 +129,20 @@ inline void ClearMotionPredictors(SliceWorker *worker) {
         for (MotionVector &direction : vector) direction = {0, 0};
 }
 
+// mpeg12/dealing.cpp
+
+// Decodes all slices of the loaded unit into currentFrame; see there for when nothing is decoded.
+void decodePicture(VideoStream *stream);
+// The worker's share of the picture's slices.
+void decodeShare(SliceWorker *worker);
+
 // mpeg12/slice.cpp
 
 // Decodes one slice; worker->reader stands on its start code. Never fails: a bad code ends the slice.
 void DecodeSlice(SliceWorker *worker);
+// The address of the first macroblock of the slice that worker->reader stands on; that of its row where no valid
+// increment follows. Leaves worker->macroblock and sliceHeader as reading left them.
+uint32_t firstAddressOfSlice(SliceWorker *worker);
 // mpeg12/inter_table.cpp: chooses stream->chosen.interDecoder for the picture, leaving it on I and D pictures.
 void SelectInterDecoder(VideoStream *stream);
 // mpeg12/block_placement.cpp: points the stream at the placement row of its chroma format and picture structure.

@@ -26,6 +26,8 @@ struct SliceState {
         stream->streamType = 2;
         stream->threadCount = 1;
         stream->workers.workers = workers;
+        stream->workers.inOrder = 1;
+        worker->lastAddress = UINT32_MAX;
         stream->settings.reduceCoefficient = 1;
         stream->settings.precision = 2;
         tvk::Headers &h = headers();
