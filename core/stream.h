@@ -55,8 +55,8 @@ struct WorkerSet {
     uint32_t workersStop;
     uint32_t workerFault;
     uint32_t inOrder;  // worker 0 decodes the picture by itself
-    uint32_t
-        lastAddress[std::extent_v<decltype(PictureUnit::startOffsets)>];  // by slice: where it has to end at the latest
+    // By slice, the address of the last macroblock that it may have.
+    uint32_t lastAddress[std::extent_v<decltype(PictureUnit::startOffsets)>];
 };
 
 // What MPEG-2's scalable extensions announce; parsed, and used by the macroblock layer's syntax alone.
