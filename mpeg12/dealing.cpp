@@ -39,8 +39,8 @@ SliceEntries sliceEntries(const PictureUnit &unit) {
 
 // A P picture that nothing stands before is predicted from itself, and a B field that completes a reference frame from
 // the frame that it is stored in. At eighth size a second field is stored over the lines of the first that it is
-// predicted from. An MPEG-1 sequence keeps the block count of an MPEG-2 one before it: blocks that its frames have no
-// room for reach into the macroblocks below.
+// predicted from. An MPEG-1 sequence keeps the block count and the picture structure of an MPEG-2 one before it: blocks
+// that its frames have no room for, and those that take its pictures for fields, reach into the macroblocks below.
 bool slicesDepend(const VideoStream *stream) {
     const FramePipeline &f = stream->frames;
     const Headers &h = stream->headers;
@@ -48,6 +48,7 @@ bool slicesDepend(const VideoStream *stream) {
     if (type == pictureP && f.currentFrame == f.forwardRef) return true;
     if (type == pictureB && (f.currentFrame == f.forwardRef || f.currentFrame == f.backwardRef)) return true;
     if (h.blocksPerMacroblock > (1u << h.sequenceExtension.chromaFormat) + 4) return true;
+    if (stream->streamType == 1 && h.pictureCoding.pictureStructure != structureFrame) return true;
     return stream->settings.reduceCoefficient == 8 && f.fieldPending != 0 &&
            h.pictureCoding.pictureStructure != structureFrame;
 }

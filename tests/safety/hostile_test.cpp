@@ -285,19 +285,21 @@ TEST(Hostile, writersStayInsideTheApplicationsBuffer) {
 }
 
 // MPEG-1 has no fields, and what the last MPEG-2 picture said about its structure stays in the records.
+Bytes mpeg1BehindFieldPictures(uint32_t seed) {
+    RandomStreamOptions fields = interlacedOptions(1, 100), frames = mpeg1Options();
+    fields.seed = seed;
+    fields.frames = seed;
+    frames.intra = 60;
+    for (RandomStreamOptions *options : {&fields, &frames}) options->sequence.width = options->sequence.height = 48;
+    fields.sequenceEnd = false;
+    Bytes bytes = makeRandomStream(fields).bytes;
+    const Bytes behind = makeRandomStream(frames).bytes;
+    bytes.insert(bytes.end(), behind.begin(), behind.end());
+    return bytes;
+}
+
 TEST(Hostile, writersStayInsideThePlanesOfMpeg1BehindFieldPictures) {
-    for (const uint32_t structureSeed : {1u, 2u, 3u, 4u}) {
-        RandomStreamOptions fields = interlacedOptions(1, 100), frames = mpeg1Options();
-        fields.seed = structureSeed;
-        fields.frames = structureSeed;
-        frames.intra = 60;
-        for (RandomStreamOptions *options : {&fields, &frames}) options->sequence.width = options->sequence.height = 48;
-        fields.sequenceEnd = false;
-        Bytes bytes = makeRandomStream(fields).bytes;
-        const Bytes behind = makeRandomStream(frames).bytes;
-        bytes.insert(bytes.end(), behind.begin(), behind.end());
-        writeAtEverySizeAndLayout(bytes);
-    }
+    for (const uint32_t seed : {1u, 2u, 3u, 4u}) writeAtEverySizeAndLayout(mpeg1BehindFieldPictures(seed));
 }
 
 std::vector<Bytes> planesOfFrames(const Bytes &bytes, uint8_t threads, uint8_t shift, VideoPlane VideoFrame::*plane) {
@@ -317,6 +319,11 @@ void expectSameOnThreads(const Bytes &bytes, VideoPlane VideoFrame::*plane) {
         for (int repeat = 0; repeat < 15; ++repeat)
             EXPECT_EQ(planesOfFrames(bytes, 3, shift, plane) == expected, true) << "size 1/" << (1 << shift);
     }
+}
+
+TEST(Hostile, mpeg1BehindFieldPicturesIsTheSameOnAnyNumberOfThreads) {
+    for (const uint32_t seed : {1u, 2u, 3u, 4u})
+        expectSameOnThreads(mpeg1BehindFieldPictures(seed), &VideoFrame::lumaPlane);
 }
 
 // Behind the sequence header everything up to the first P picture is gone: that picture is its own reference, and its
