@@ -2,8 +2,12 @@
 // The lanes layer: kernels are written once over it, as templates, and run on the machine's registers or portably.
 #pragma once
 
+#include <type_traits>
+
 #include "core/lanes_portable.h"
-#if defined(__SSE2__)
+#if defined(__AVX2__)
+#include "core/lanes_avx2.h"
+#elif defined(__SSE2__)
 #include "core/lanes_sse2.h"
 #elif defined(__aarch64__) && !defined(__AARCH64EB__)
 #include "core/lanes_neon.h"
@@ -21,6 +25,20 @@ inline constexpr const char *kNativeLanesName = "neon";
 using NativeLanes = PortableLanes;
 inline constexpr const char *kNativeLanesName = "portable";
 #endif
+
+// Lanes L twice over in wider registers, where the machine has such: transforms take two blocks at once in them.
+template <class L>
+struct PairsOf {
+    using Lanes = void;
+};
+#if defined(__AVX2__)
+template <>
+struct PairsOf<Sse2Lanes> {
+    using Lanes = Avx2PairLanes;
+};
+#endif
+template <class L>
+inline constexpr bool kPairs = !std::is_void_v<typename PairsOf<L>::Lanes>;
 
 // m[r] lane c becomes m[c] lane r.
 template <class L>

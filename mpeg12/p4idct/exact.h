@@ -5,8 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "mpeg12/p4idct/form.h"
 #include "core/lanes.h"
+#include "mpeg12/p4idct/form.h"
+#include "mpeg12/p4idct/pixel_rows.h"
 
 namespace tvk {
 
@@ -41,7 +42,9 @@ struct ExactIdct {
     using B = typename L::U8x16;
 
     // A row of zeros gives zeros ((0 + 2048) >> 12), so the lower half, mostly empty, is tested and left out.
-    static void rowPass(const int16_t *block, ptrdiff_t rowValues, V (&m)[8]) {
+    // `At` is a pointer or, in paired lanes, two.
+    template <class At>
+    static void rowPass(At block, ptrdiff_t rowValues, V (&m)[8]) {
         for (int i = 0; i < 8; ++i) m[i] = L::loadA(block + i * rowValues);
         const bool lower = !L::allZero(L::bitOr(L::bitOr(m[4], m[5]), L::bitOr(m[6], m[7])));
         for (int i = 0; i < 4; ++i) m[i] = rowTransform(m[i], kExactRowTable[kExactRowLine[i]]);
@@ -99,57 +102,80 @@ struct ExactIdct {
 
     // Leaves the row pass in the block, which user callbacks can see.
     static void store(int16_t *block, BlockForm form, uint8_t *dst, ptrdiff_t stride) {
-        V m[8];
-        if (form == BlockForm::single) {
-            const int16_t c = block[0];
-            L::storeA(block, L::splat16(singleRowPass(c)));
-            singleRows(c, m);
+        B p[4];
+        pixels<true>(block, form, p);
+        PixelRows<L>::store(p, dst, stride);
+    }
+
+    // Two luma blocks side by side, each as `store` has it.
+    static void storeTwo(int16_t *left, BlockForm leftForm, int16_t *right, BlockForm rightForm, uint8_t *dst,
+                         ptrdiff_t stride) {
+        if constexpr (kPairs<L>) {
+            B p[4], q[4];
+            pixelsOfTwo<true>(left, leftForm, right, rightForm, p, q);
+            PixelRows<L>::storeSideBySide(p, q, dst, stride);
         } else {
-            rowPass(block, 8, m);
-            for (int i = 0; i < 8; ++i) L::storeA(block + 8 * i, m[i]);
-            columnPass(m);
-        }
-        for (int i = 0; i < 8; i += 2) {
-            const B p = L::packU8Sat(m[i], m[i + 1]);
-            L::storeHalf(dst + i * stride, p);
-            L::storeHighHalf(dst + (i + 1) * stride, p);
+            store(left, leftForm, dst, stride);
+            store(right, rightForm, dst + 8, stride);
         }
     }
 
-    // Both chroma components at once, to rows of 8 byte pairs Cb, Cr; the blocks stay as they are.
+    // Both chroma components at once; the blocks stay as they are.
     static void storePair(const int16_t *cb, BlockForm cbForm, const int16_t *cr, BlockForm crForm, uint8_t *dst,
                           ptrdiff_t stride) {
         B p[4], q[4];
-        pixels(cb, cbForm, p);
-        pixels(cr, crForm, q);
-        for (int i = 0; i < 4; ++i) {
-            L::storeU(dst + 2 * i * stride, L::interleaveLow8(p[i], q[i]));
-            L::storeU(dst + (2 * i + 1) * stride, L::interleaveHigh8(p[i], q[i]));
-        }
+        pixelsOfTwo<false>(cb, cbForm, cr, crForm, p, q);
+        PixelRows<L>::storeInTurns(p, q, dst, stride);
     }
 
     // In place; rowValues is the distance of the block's rows in values.
     static void residual(int16_t *block, BlockForm form, ptrdiff_t rowValues) {
         V m[8];
-        transform(block, form, rowValues, m);
+        transform<false>(block, form, rowValues, m);
         for (int i = 0; i < 8; ++i) L::storeA(block + i * rowValues, m[i]);
+    }
+
+    // Both passes of a full block; `keep` leaves the first one's rows in it.
+    template <bool keep, class At>
+    static void bothPasses(At block, ptrdiff_t rowValues, V (&m)[8]) {
+        rowPass(block, rowValues, m);
+        if constexpr (keep)
+            for (int i = 0; i < 8; ++i) L::storeA(block + i * rowValues, m[i]);
+        columnPass(m);
     }
 
   private:
     static int32_t clamp16(int32_t x) { return x < -32768 ? -32768 : x > 32767 ? 32767 : x; }
 
-    static void transform(const int16_t *block, BlockForm form, ptrdiff_t rowValues, V (&m)[8]) {
-        if (form == BlockForm::single) {
-            singleRows(block[0], m);
-            return;
-        }
-        rowPass(block, rowValues, m);
-        columnPass(m);
+    template <bool keep, class Value>
+    static void transform(Value *block, BlockForm form, ptrdiff_t rowValues, V (&m)[8]) {
+        if (form != BlockForm::single) return bothPasses<keep>(block, rowValues, m);
+        const int16_t c = block[0];
+        if constexpr (keep) L::storeA(block, L::splat16(singleRowPass(c)));
+        singleRows(c, m);
     }
-    static void pixels(const int16_t *block, BlockForm form, B (&p)[4]) {
+    template <bool keep, class Value>
+    static void pixels(Value *block, BlockForm form, B (&p)[4]) {
         V m[8];
-        transform(block, form, 8, m);
+        transform<keep>(block, form, 8, m);
         for (int i = 0; i < 4; ++i) p[i] = L::packU8Sat(m[2 * i], m[2 * i + 1]);
+    }
+
+    // Two full blocks go together where lanes come in pairs.
+    template <bool keep, class Value>
+    static void pixelsOfTwo(Value *a, BlockForm aForm, Value *b, BlockForm bForm, B (&p)[4], B (&q)[4]) {
+        if constexpr (kPairs<L>) {
+            if (aForm != BlockForm::single && bForm != BlockForm::single) return pairedPixels<keep>(a, b, p, q);
+        }
+        pixels<keep>(a, aForm, p);
+        pixels<keep>(b, bForm, q);
+    }
+    template <bool keep, class Value>
+    static void pairedPixels(Value *a, Value *b, B (&p)[4], B (&q)[4]) {
+        using P = typename PairsOf<L>::Lanes;
+        typename P::I16x8 m[8];
+        ExactIdct<P>::template bothPasses<keep>(typename P::template Places<Value>{a, b}, 8, m);
+        for (int i = 0; i < 4; ++i) P::split(P::packU8Sat(m[2 * i], m[2 * i + 1]), p[i], q[i]);
     }
 
     // Outputs 0..3 are even + odd, 7..4 even - odd, in 32 bits that may wrap.

@@ -8,6 +8,7 @@
 #include "core/inline.h"
 #include "mpeg12/p4idct/aan.h"
 #include "mpeg12/p4idct/form.h"
+#include "mpeg12/p4idct/pixel_rows.h"
 
 namespace tvk {
 
@@ -19,8 +20,10 @@ struct FastIdct {
     using B = typename L::U8x16;
     using A = FastArithmetic<L>;
 
-    // Rows of (o + 8) >> 4; rowValues is the distance of the block's rows in values.
-    static void rows(const int16_t *block, ptrdiff_t rowValues, V (&m)[8]) {
+    // Rows of (o + 8) >> 4; rowValues is the distance of the block's rows in values. `At` is a pointer or, in paired
+    // lanes, two.
+    template <class At>
+    static void rows(At block, ptrdiff_t rowValues, V (&m)[8]) {
         for (int i = 0; i < 8; ++i) m[i] = L::loadA(block + i * rowValues);
         aanPass<A>(m);
         transpose8x8<L>(m);
@@ -29,7 +32,8 @@ struct FastIdct {
     }
 
     // The same from the 4 x 4 corner.
-    static void lowRows(const int16_t *block, ptrdiff_t rowValues, V (&m)[8]) {
+    template <class At>
+    static void lowRows(At block, ptrdiff_t rowValues, V (&m)[8]) {
         for (int i = 0; i < 4; ++i) m[i] = L::loadHalf(block + i * rowValues);
         aanLowPass<A>(m);
         transpose4Columns(m);
@@ -64,22 +68,28 @@ struct FastIdct {
     static void store(const int16_t *block, BlockForm form, uint8_t *dst, ptrdiff_t stride) {
         B p[4];
         pixels(block, form, p);
-        for (int i = 0; i < 4; ++i) {
-            L::storeHalf(dst + 2 * i * stride, p[i]);
-            L::storeHighHalf(dst + (2 * i + 1) * stride, p[i]);
+        PixelRows<L>::store(p, dst, stride);
+    }
+
+    // Two luma blocks side by side.
+    static void storeTwo(const int16_t *left, BlockForm leftForm, const int16_t *right, BlockForm rightForm,
+                         uint8_t *dst, ptrdiff_t stride) {
+        if constexpr (kPairs<L>) {
+            B p[4], q[4];
+            pixelsOfTwo(left, leftForm, right, rightForm, p, q);
+            PixelRows<L>::storeSideBySide(p, q, dst, stride);
+        } else {
+            store(left, leftForm, dst, stride);
+            store(right, rightForm, dst + 8, stride);
         }
     }
 
-    // Both chroma components at once, to rows of 8 byte pairs Cb, Cr.
+    // Both chroma components at once.
     static void storePair(const int16_t *cb, BlockForm cbForm, const int16_t *cr, BlockForm crForm, uint8_t *dst,
                           ptrdiff_t stride) {
         B p[4], q[4];
-        pixels(cb, cbForm, p);
-        pixels(cr, crForm, q);
-        for (int i = 0; i < 4; ++i) {
-            L::storeU(dst + 2 * i * stride, L::interleaveLow8(p[i], q[i]));
-            L::storeU(dst + (2 * i + 1) * stride, L::interleaveHigh8(p[i], q[i]));
-        }
+        pixelsOfTwo(cb, cbForm, cr, crForm, p, q);
+        PixelRows<L>::storeInTurns(p, q, dst, stride);
     }
 
     // In place.
@@ -97,6 +107,26 @@ struct FastIdct {
     }
 
   private:
+    // Two blocks of one form go together where lanes come in pairs.
+    TVK_INLINE static void pixelsOfTwo(const int16_t *a, BlockForm aForm, const int16_t *b, BlockForm bForm, B (&p)[4],
+                                       B (&q)[4]) {
+        if constexpr (kPairs<L>) {
+            if (aForm == bForm && aForm != BlockForm::single) return pairedPixels(a, b, aForm, p, q);
+        }
+        pixels(a, aForm, p);
+        pixels(b, bForm, q);
+    }
+    TVK_INLINE static void pairedPixels(const int16_t *a, const int16_t *b, BlockForm form, B (&p)[4], B (&q)[4]) {
+        using P = typename PairsOf<L>::Lanes;
+        const typename P::template Places<const int16_t> both = {a, b};
+        typename P::I16x8 m[8];
+        if (form == BlockForm::low)
+            FastIdct<P>::lowRows(both, 8, m);
+        else
+            FastIdct<P>::rows(both, 8, m);
+        for (int i = 0; i < 4; ++i) P::split(P::packU8Sat(m[2 * i], m[2 * i + 1]), p[i], q[i]);
+    }
+
     static void roundRows(V (&m)[8]) {
         for (V &row : m) row = L::template shrArith<4>(L::addSat(row, L::splat16(8)));
     }

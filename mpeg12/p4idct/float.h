@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "mpeg12/p4idct/aan.h"
+#include "mpeg12/p4idct/pixel_rows.h"
 
 namespace tvk {
 
@@ -55,20 +56,14 @@ struct FloatIdct {
     static void store(const int16_t *block, uint8_t *dst, ptrdiff_t stride) {
         B p[4];
         pixels(block, p);
-        for (int i = 0; i < 4; ++i) {
-            L::storeHalf(dst + 2 * i * stride, p[i]);
-            L::storeHighHalf(dst + (2 * i + 1) * stride, p[i]);
-        }
+        PixelRows<L>::store(p, dst, stride);
     }
 
     static void storePair(const int16_t *cb, const int16_t *cr, uint8_t *dst, ptrdiff_t stride) {
         B p[4], q[4];
         pixels(cb, p);
         pixels(cr, q);
-        for (int i = 0; i < 4; ++i) {
-            L::storeU(dst + 2 * i * stride, L::interleaveLow8(p[i], q[i]));
-            L::storeU(dst + (2 * i + 1) * stride, L::interleaveHigh8(p[i], q[i]));
-        }
+        PixelRows<L>::storeInTurns(p, q, dst, stride);
     }
 
   private:

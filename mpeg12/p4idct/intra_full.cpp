@@ -31,8 +31,9 @@ void IntraFast(SliceWorker *worker) {
     using Idct = FastIdct<NativeLanes>;
     MacroblockPlace place;
     if (!locateMacroblock(worker, 8, place)) return;
-    for (int32_t i = 0; i < 4; ++i)
-        Idct::store(intraBlock(worker, i), formOf(worker, i, i), lumaPlace(place, i, 8), place.luma.stride);
+    for (int32_t i = 0; i < 4; i += 2)
+        Idct::storeTwo(intraBlock(worker, i), formOf(worker, i, i), intraBlock(worker, i + 1),
+                       formOf(worker, i + 1, i + 1), lumaPlace(place, i, 8), place.luma.stride);
     for (int32_t pair = 0; pair < place.chromaPairs; ++pair) {
         const int32_t cb = 4 + 2 * pair, cr = cb + 1;
         Idct::storePair(intraBlock(worker, cb), formOf(worker, cb, cb), intraBlock(worker, cr),
@@ -44,8 +45,9 @@ void IntraExact(SliceWorker *worker) {
     using Idct = ExactIdct<NativeLanes>;
     MacroblockPlace place;
     if (!locateMacroblock(worker, 8, place)) return;
-    for (int32_t i = 0; i < 4; ++i)
-        Idct::store(intraBlock(worker, i), exactFormOf(worker, i), lumaPlace(place, i, 8), place.luma.stride);
+    for (int32_t i = 0; i < 4; i += 2)
+        Idct::storeTwo(intraBlock(worker, i), exactFormOf(worker, i), intraBlock(worker, i + 1),
+                       exactFormOf(worker, i + 1), lumaPlace(place, i, 8), place.luma.stride);
     for (int32_t pair = 0; pair < place.chromaPairs; ++pair) {
         const int32_t cb = 4 + 2 * pair, cr = cb + 1;
         Idct::storePair(intraBlock(worker, cb), exactFormOf(worker, cb), intraBlock(worker, cr),

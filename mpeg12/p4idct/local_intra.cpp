@@ -53,12 +53,13 @@ void LocalIntraFast(SliceWorker *worker) {
     setOffsets(worker);
     const LocalPlace place = localPlace(worker, kChromaStart + 16);
     const auto single = [&](int32_t i) { return blockBit(worker->dcOnlyBlockMask, i); };
-    for (int32_t i = 0; i < 4; ++i) {
-        const BlockForm form = single(i)                           ? BlockForm::single
-                               : blockBit(worker->lowBlockMask, i) ? BlockForm::low
-                                                                   : BlockForm::full;
-        Idct::store(intraBlock(worker, i), form, lumaAt(worker, place, i), place.stride);
-    }
+    const auto formOf = [&](int32_t i) {
+        if (single(i)) return BlockForm::single;
+        return blockBit(worker->lowBlockMask, i) ? BlockForm::low : BlockForm::full;
+    };
+    for (int32_t i = 0; i < 4; i += 2)
+        Idct::storeTwo(intraBlock(worker, i), formOf(i), intraBlock(worker, i + 1), formOf(i + 1),
+                       lumaAt(worker, place, i), place.stride);
     // DEPARTURE(local chroma takes the full form): whatever the mask says; the results differ in their last bits.
     const auto chromaForm = [&](int32_t i) { return single(i) ? BlockForm::single : BlockForm::full; };
     for (int32_t pair = 0; pair < place.chromaPairs; ++pair) {

@@ -2,6 +2,7 @@
 // Each transform kernel against the scalar reference, on both lanes.
 #include <array>
 #include <cstdint>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -63,6 +64,26 @@ TYPED_TEST(Idct, fastPairInterleavesCbAndCrEachInItsForm) {
                 FastIdct<TypeParam>::storePair(AlignedBlock(blocks[i]).values, cbForm,
                                                AlignedBlock(blocks[i + 1]).values, crForm, dst.at(), kStride);
                 dst.expect([&](int r, int c) { return reference::pixel((c % 2 == 0 ? cb : cr)[at(r, c / 2)]); });
+                if (this->HasFatalFailure()) return;
+            }
+}
+
+TYPED_TEST(Idct, fastBlocksSideBySideAreEachInTheirForm) {
+    auto blocks = idct_test::blocks();
+    for (size_t i = 0; i < blocks.size(); i += 5) blocks[i] = singleBlock(blocks[i][0]);
+    const auto formsOf = [](size_t i) {
+        return i % 5 == 0 ? std::vector{BlockForm::single, BlockForm::low, BlockForm::full}
+                          : std::vector{BlockForm::low, BlockForm::full};
+    };
+    for (size_t i = 0; i + 1 < blocks.size(); i += 3)
+        for (BlockForm leftForm : formsOf(i))
+            for (BlockForm rightForm : formsOf(i + 1)) {
+                const Picture left = reference::fast(blocks[i], leftForm == BlockForm::low);
+                const Picture right = reference::fast(blocks[i + 1], rightForm == BlockForm::low);
+                GuardedPixels dst(16, 8);
+                FastIdct<TypeParam>::storeTwo(AlignedBlock(blocks[i]).values, leftForm,
+                                              AlignedBlock(blocks[i + 1]).values, rightForm, dst.at(), kStride);
+                dst.expect([&](int r, int c) { return reference::pixel((c < 8 ? left : right)[at(r, c % 8)]); });
                 if (this->HasFatalFailure()) return;
             }
 }
@@ -167,6 +188,27 @@ TYPED_TEST(Idct, exactStoreMatchesReferenceAndLeavesItsRows) {
         ASSERT_EQ(std::memcmp(block.values, rows.data(), sizeof block.values), 0);
         if (this->HasFatalFailure()) return;
     }
+}
+
+TYPED_TEST(Idct, exactBlocksSideBySideLeaveTheirRows) {
+    auto blocks = idct_test::blocks();
+    for (size_t i = 0; i < blocks.size(); i += 3) blocks[i] = singleBlock(blocks[i][0]);
+    const auto formsOf = [](size_t i) {
+        return i % 3 == 0 ? std::vector{BlockForm::single, BlockForm::full} : std::vector{BlockForm::full};
+    };
+    for (size_t i = 0; i + 1 < blocks.size(); ++i)
+        for (BlockForm leftForm : formsOf(i))
+            for (BlockForm rightForm : formsOf(i + 1)) {
+                const Picture left = reference::exact(blocks[i]), right = reference::exact(blocks[i + 1]);
+                AlignedBlock a(blocks[i]), b(blocks[i + 1]);
+                GuardedPixels dst(16, 8);
+                ExactIdct<TypeParam>::storeTwo(a.values, leftForm, b.values, rightForm, dst.at(), kStride);
+                dst.expect([&](int r, int c) { return reference::pixel((c < 8 ? left : right)[at(r, c % 8)]); });
+                // A single block keeps but its first row's pass, that of the others being zeros.
+                ASSERT_EQ(std::memcmp(a.values, reference::exactRows(blocks[i]).data(), sizeof a.values), 0);
+                ASSERT_EQ(std::memcmp(b.values, reference::exactRows(blocks[i + 1]).data(), sizeof b.values), 0);
+                if (this->HasFatalFailure()) return;
+            }
 }
 
 TYPED_TEST(Idct, exactPairInterleavesCbAndCr) {
