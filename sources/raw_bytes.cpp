@@ -60,12 +60,16 @@ size_t readPipe(RawBytes &raw, uint8_t *into, size_t room, int32_t &failure) {
     return 0;
 }
 
-bool growHead(RawBytes &raw) {
+// False also when it has what a head may have.
+bool growHead(RawBytes &raw, int32_t &failure) {
     if (raw.headLength < raw.headCapacity) return true;
     if (raw.headCapacity >= kHeadMost) return false;
     const size_t capacity = std::clamp(raw.headCapacity * 2, kHeadFirst, kHeadMost);
     void *grown = std::realloc(raw.head, capacity);
-    if (grown == nullptr) return false;
+    if (grown == nullptr) {
+        failure = tvkErrOutOfMemory;
+        return false;
+    }
     raw.head = static_cast<uint8_t *>(grown);
     raw.headCapacity = capacity;
     return true;
@@ -87,7 +91,7 @@ size_t readHead(RawBytes &raw, uint64_t position, uint8_t *into, size_t room) {
 }
 
 size_t readSequential(RawBytes &raw, uint64_t position, uint8_t *into, size_t room, int32_t &failure) {
-    while (raw.keepHead && position >= raw.headLength && raw.pipePosition < raw.size && growHead(raw)) {
+    while (raw.keepHead && position >= raw.headLength && raw.pipePosition < raw.size && growHead(raw, failure)) {
         const size_t space = raw.headCapacity - raw.headLength;
         const size_t got = readPipe(raw, raw.head + raw.headLength, space, failure);
         raw.headLength += got;

@@ -32,7 +32,7 @@ void openPipeBytes(RawBytes &raw, int file);
 void closeBytes(RawBytes &raw);
 
 // Reads up to `room` bytes from `position` on, fewer where the bytes end. 0 at the end, or with `failure` set to
-// a source code. A pipe gives only what lies ahead of it or in its head.
+// a code. A pipe gives only what lies ahead of it or in its head.
 size_t readBytes(RawBytes &raw, uint64_t position, uint8_t *into, size_t room, int32_t &failure);
 
 // Looks whether a growing file has grown.

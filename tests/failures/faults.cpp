@@ -8,6 +8,8 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <iterator>
 
 #include <pthread.h>
 #include <sys/stat.h>
@@ -59,6 +61,10 @@ int64_t filesHeld() {
     return files;
 }
 
+int64_t descriptorsHeld() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
 }  // namespace tvktest
 
 using tvktest::refuse;
@@ -78,7 +84,10 @@ size_t __real_fread(void *bytes, size_t size, size_t count, FILE *file);
 int __real_fseek(FILE *file, long offset, int origin);
 long __real_ftell(FILE *file);
 ssize_t __real_pread64(int file, void *bytes, size_t count, off_t position);
+ssize_t __real_read(int file, void *bytes, size_t count);
 int __real_fstat64(int file, void *facts);
+int __real_open64(const char *path, int flags, ...);
+int __real_fcntl64(int file, int command, ...);
 
 void *__wrap_malloc(size_t size) {
     return refuse(Service::allocation) ? nullptr : tvktest::counted(__real_malloc(size));
@@ -132,6 +141,22 @@ long __wrap_ftell(FILE *file) {
 ssize_t __wrap_pread64(int file, void *bytes, size_t count, off_t position) {
     if (!refuse(Service::fileRead)) return __real_pread64(file, bytes, count, position);
     errno = EIO;
+    return -1;
+}
+ssize_t __wrap_read(int file, void *bytes, size_t count) {
+    if (!refuse(Service::fileRead)) return __real_read(file, bytes, count);
+    errno = EIO;
+    return -1;
+}
+// The libraries create no files by these and copy descriptors alone.
+int __wrap_open64(const char *path, int flags, ...) {
+    if (!refuse(Service::fileOpen)) return __real_open64(path, flags);
+    errno = EMFILE;
+    return -1;
+}
+int __wrap_fcntl64(int file, int command, ...) {
+    if (!refuse(Service::fileOpen)) return __real_fcntl64(file, command, 0);
+    errno = EMFILE;
     return -1;
 }
 int __wrap_fstat64(int file, void *facts) {

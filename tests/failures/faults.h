@@ -23,5 +23,7 @@ struct Fault {
 // Blocks and files that the libraries took and have not given back.
 int64_t blocksHeld();
 int64_t filesHeld();
+// Descriptors that the process holds.
+int64_t descriptorsHeld();
 
 }  // namespace tvktest

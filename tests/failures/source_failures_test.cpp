@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: BSD-2-Clause
 // The same for what sources use: allocations, reads, the file's facts, in elementary streams and in containers.
 #include <algorithm>
+#include <functional>
+
+#include <unistd.h>
 
 #include "faults.h"
 #include "scenario.h"
@@ -61,14 +64,16 @@ void lookAround(VideoStream *stream, VideoSource *source, Visit &visit) {
     visit.codes.push_back(tvkCreateVideoIndexTable(stream));
 }
 
+using Open = std::function<int32_t(VideoSource **)>;
+
 // With the fault in place up to the end of the first look around; `after` is a walk from the start without it.
-Visit visitFile(const std::string &path, uint32_t flags, Service service, int64_t n, bool &happened, Visit &after) {
+Visit visitFile(const Open &open, Service service, int64_t n, bool &happened, Visit &after) {
     Visit visit;
     VideoSource *source = nullptr;
     VideoStream *stream = nullptr;
     {
         const Fault fault(service, n);
-        visit.opened = tvkOpenFileSourceEx(&source, path.c_str(), flags);
+        visit.opened = open(&source);
         EXPECT_EQ(source != nullptr, visit.opened == 0);
         if (source) visit.codes.push_back(tvkCreateVideoStream(&stream, source));
         if (stream) lookAround(stream, source, visit);
@@ -85,19 +90,19 @@ Visit visitFile(const std::string &path, uint32_t flags, Service service, int64_
 
 // Every call of the service fails once: the first news is one of `codes`, nothing is lost, and the walk from the start
 // is whole again.
-void expectToldAndPassedOver(const std::string &path, uint32_t flags, Service service, std::vector<int32_t> codes) {
-    SCOPED_TRACE(path);
+void expectToldAndPassedOver(const Open &open, Service service, const std::vector<int32_t> &codes) {
     bool happened = false;
     Visit whole;
-    const Visit usual = visitFile(path, flags, service, -1, happened, whole);
+    const Visit usual = visitFile(open, service, -1, happened, whole);
     ASSERT_EQ(usual.opened, 0);
     int64_t n = 0;
     for (happened = true; happened && !testing::Test::HasFailure(); ++n) {
         SCOPED_TRACE(testing::Message() << "call " << n);
-        const int64_t blocks = blocksHeld();
+        const int64_t blocks = blocksHeld(), descriptors = descriptorsHeld();
         Visit after;
-        const Visit visit = visitFile(path, flags, service, n, happened, after);
+        const Visit visit = visitFile(open, service, n, happened, after);
         EXPECT_EQ(blocksHeld(), blocks);
+        EXPECT_EQ(descriptorsHeld(), descriptors);
         if (!happened) break;
         EXPECT_TRUE(has(codes, firstNews(usual, visit))) << firstNews(usual, visit) << " says nothing of it";
         if (!after.codes.empty()) {
@@ -107,26 +112,52 @@ void expectToldAndPassedOver(const std::string &path, uint32_t flags, Service se
     EXPECT_TRUE(n > 0 || testing::Test::HasFailure()) << "nothing to fail";
 }
 
+Open fileOf(const std::string &path, uint32_t flags) {
+    return [=](VideoSource **source) { return tvkOpenFileSourceEx(source, path.c_str(), flags); };
+}
+
 TEST(SourceFailures, areToldInElementaryStreams) {
     const std::string clip = tvk::test::clipPath("odd_size.m2v");
     for (const uint32_t flags : {0u, uint32_t{tvkSourceFillsBuffer}, uint32_t{tvkSourceGrowing}}) {
         SCOPED_TRACE(flags);
+        const Open open = fileOf(clip, flags);
         // A refill that fails within a step is an end, from which jumps lead back; within a jump it is a failed jump.
-        expectToldAndPassedOver(clip, flags, Service::allocation, {tvkErrOutOfMemory});
-        expectToldAndPassedOver(clip, flags, Service::fileRead,
+        expectToldAndPassedOver(open, Service::allocation, {tvkErrOutOfMemory});
+        expectToldAndPassedOver(open, Service::fileOpen, {tvkSourceErrOpen});
+        expectToldAndPassedOver(open, Service::fileRead,
                                 {0, tvkSourceErrRead, tvkSourceErrNoTime, tvkErrFailed, tvkErrEndOfStream});
-        expectToldAndPassedOver(clip, flags, Service::fileFacts,
+        expectToldAndPassedOver(open, Service::fileFacts,
                                 {0, tvkSourceErrOpen, tvkErrFailed, tvkErrNeedData, tvkErrEndOfStream});
     }
+}
+
+TEST(SourceFailures, areToldInPipes) {
+    const tvk::test::Bytes bytes = tvk::test::bytesOfFile(tvk::test::clipPath("odd_size.m2v"));
+    const Open open = [&](VideoSource **source) {
+        int ends[2];
+        EXPECT_EQ(pipe(ends), 0);
+        // A pipe holds 64 KiB, and the clip has less.
+        EXPECT_EQ(write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        close(ends[1]);
+        const int32_t code = tvkOpenDescriptorSource(source, ends[0], tvkSourceFillsBuffer);
+        close(ends[0]);
+        return code;
+    };
+    expectToldAndPassedOver(open, Service::allocation, {tvkErrOutOfMemory});
+    expectToldAndPassedOver(open, Service::fileOpen, {tvkSourceErrOpen});
+    expectToldAndPassedOver(open, Service::fileRead, {0, tvkSourceErrRead});  // 0: the end is met anyway
+    expectToldAndPassedOver(open, Service::fileFacts, {tvkSourceErrOpen});
 }
 
 struct ContainerFailures : Containers {};
 
 TEST_F(ContainerFailures, areTold) {
     for (const char *ending : {"ts", "mkv"}) {
-        const std::string file = put("odd_size.m2v", std::string("clip.") + ending, "");
-        expectToldAndPassedOver(file, 0, Service::allocation, {0, tvkErrOutOfMemory, tvkErrEndOfStream});
-        expectToldAndPassedOver(file, 0, Service::fileRead,
+        SCOPED_TRACE(ending);
+        const Open open = fileOf(put("odd_size.m2v", std::string("clip.") + ending, ""), 0);
+        expectToldAndPassedOver(open, Service::allocation, {0, tvkErrOutOfMemory, tvkErrEndOfStream});
+        expectToldAndPassedOver(open, Service::fileOpen, {tvkSourceErrOpen});
+        expectToldAndPassedOver(open, Service::fileRead,
                                 {0, tvkSourceErrRead, tvkSourceErrContainer, tvkErrEndOfStream});
     }
 }
