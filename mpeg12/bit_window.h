@@ -28,7 +28,8 @@ TVK_INLINE void putBack(BitWindow &to, const BitWindow &b) {
     to.next = b.next;
 }
 
-// A word is taken when fewer than 32 bits are valid; written without a branch, since refills follow no pattern.
+// A word is taken when fewer than 32 bits are valid. Where it pays the compiler makes a branch of it: a foretold one
+// keeps the word out of the chain from code to code.
 TVK_INLINE void refill(BitWindow &b) {
     const uint64_t word = *b.next;
     const bool take = b.valid < 32;
