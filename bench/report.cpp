@@ -14,9 +14,15 @@ namespace bench {
 
 namespace {
 
-// How often `result` goes into the time of the one it is held against.
+// How often `result` goes into the time of the one it is held against: the median of the rounds' own ratios, since what
+// slows a machine for a while slows a whole round.
 double times(const Result *base, const Result &result) {
-    return base ? base->seconds() / result.seconds() : 0;
+    if (!base) return 0;
+    std::vector<double> ratios;
+    for (size_t i = 0; i < result.rounds.size(); ++i)
+        ratios.push_back(base->rounds[i].seconds / result.rounds[i].seconds);
+    std::sort(ratios.begin(), ratios.end());
+    return ratios[ratios.size() / 2];
 }
 
 double cyclesPerPixel(const ClipResults &clip, const Result &result) {
@@ -66,6 +72,13 @@ std::string number(double value) {
     return text == "-" ? "null" : text;
 }
 
+// Of each round.
+std::string secondsOf(const Result &result) {
+    std::string text;
+    for (const Round &round : result.rounds) text += (text.empty() ? "[" : ", ") + number(round.seconds);
+    return text + "]";
+}
+
 std::string today() {
     char text[16];
     const time_t seconds = std::time(nullptr);
@@ -108,7 +121,7 @@ void writeJson(std::ostream &out, const std::vector<ClipResults> &clips, const R
                 << ", \"frames\": " << r.frames << ", \"framesPerSecond\": " << number(r.framesPerSecond())
                 << ", \"cyclesPerPixel\": " << number(cyclesPerPixel(clip, r))
                 << ", \"timesLibmpeg2\": " << number(times(find(clip.results, "libmpeg2"), r))
-                << ", \"spread\": " << number(r.spread()) << "}";
+                << ", \"spread\": " << number(r.spread()) << ", \"seconds\": " << secondsOf(r) << "}";
         out << "]}";
     }
     out << "]}\n";
