@@ -185,7 +185,7 @@ struct HeaderReader {
         if (code == kInvalidCode) return false;
         m.motionCode[r][s][t] = code;
         const int32_t size = static_cast<int32_t>(w->stream->headers.pictureCoding.fCode[2 * s + t] & 15);
-        m.motionResidual[r][s][t] = static_cast<int32_t>(takeOrNone(b, size & ((code | -code) >> 31)));
+        m.motionResidual[r][s][t] = static_cast<int32_t>(takeOrNone(b, size & codeMask(code)));
         return true;
     }
 

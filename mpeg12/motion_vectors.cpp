@@ -20,7 +20,7 @@ TVK_INLINE int32_t moveComponent(int32_t predictor, int32_t code, int32_t residu
     const int32_t magnitude = ((code ^ sign) - sign - 1) * (1 << r) + residual + 1;
     const auto moved = static_cast<uint32_t>(predictor + ((magnitude ^ sign) - sign));
     const int32_t wrapped = static_cast<int32_t>(moved << (27 - r)) >> (27 - r);
-    return predictor + ((wrapped - predictor) & ((code | -code) >> 31));
+    return predictor + ((wrapped - predictor) & codeMask(code));
 }
 
 // `scaled`: the vertical predictor counts frame lines and the vector field lines.

@@ -21,6 +21,11 @@ struct MotionVector {
     int16_t x, y;
 };
 
+// All bits where a motion code is not 0, none where it is; a mask, since codes follow no pattern.
+constexpr int32_t codeMask(int32_t code) {
+    return (code | -code) >> 31;
+}
+
 // One plane of a frame as prediction and reconstruction address it.
 struct PlaneView {
     uint8_t *data;

@@ -16,11 +16,6 @@ int32_t lowBitOfCr(int32_t cb) {
     return cb - 1;
 }
 
-BlockForm formOf(const SliceWorker *worker, int32_t block, int32_t lowBit) {
-    if (blockBit(worker->dcOnlyBlockMask, block)) return BlockForm::single;
-    return blockBit(worker->lowBlockMask, lowBit) ? BlockForm::low : BlockForm::full;
-}
-
 BlockForm exactFormOf(const SliceWorker *worker, int32_t block) {
     return blockBit(worker->dcOnlyBlockMask, block) ? BlockForm::single : BlockForm::full;
 }

@@ -11,10 +11,7 @@ namespace tvk {
 namespace {
 
 BlockSource sourceOf(SliceWorker *worker, int32_t block, int32_t lowBit) {
-    const BlockForm form = blockBit(worker->dcOnlyBlockMask, block) ? BlockForm::single
-                           : blockBit(worker->lowBlockMask, lowBit) ? BlockForm::low
-                                                                    : BlockForm::full;
-    return {intraBlock(worker, block), form, 8};
+    return {intraBlock(worker, block), formOf(worker, block, lowBit), 8};
 }
 
 LineLayout layoutOf(bool field) {

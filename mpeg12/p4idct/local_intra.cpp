@@ -52,16 +52,13 @@ void LocalIntraFast(SliceWorker *worker) {
     using Idct = FastIdct<NativeLanes>;
     setOffsets(worker);
     const LocalPlace place = localPlace(worker, kChromaStart + 16);
-    const auto single = [&](int32_t i) { return blockBit(worker->dcOnlyBlockMask, i); };
-    const auto formOf = [&](int32_t i) {
-        if (single(i)) return BlockForm::single;
-        return blockBit(worker->lowBlockMask, i) ? BlockForm::low : BlockForm::full;
-    };
     for (int32_t i = 0; i < 4; i += 2)
-        Idct::storeTwo(intraBlock(worker, i), formOf(i), intraBlock(worker, i + 1), formOf(i + 1),
-                       lumaAt(worker, place, i), place.stride);
+        Idct::storeTwo(intraBlock(worker, i), formOf(worker, i, i), intraBlock(worker, i + 1),
+                       formOf(worker, i + 1, i + 1), lumaAt(worker, place, i), place.stride);
     // DEPARTURE(local chroma takes the full form): whatever the mask says; the results differ in their last bits.
-    const auto chromaForm = [&](int32_t i) { return single(i) ? BlockForm::single : BlockForm::full; };
+    const auto chromaForm = [&](int32_t i) {
+        return blockBit(worker->dcOnlyBlockMask, i) ? BlockForm::single : BlockForm::full;
+    };
     for (int32_t pair = 0; pair < place.chromaPairs; ++pair) {
         const int32_t cb = 4 + 2 * pair, cr = cb + 1;
         Idct::storePair(intraBlock(worker, cb), chromaForm(cb), intraBlock(worker, cr), chromaForm(cr),

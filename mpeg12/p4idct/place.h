@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "mpeg12/p4idct/form.h"
 #include "mpeg12/worker.h"
 
 namespace tvk {
@@ -75,6 +76,12 @@ inline bool locateMacroblock(SliceWorker *worker, int32_t unit, MacroblockPlace 
     place.field = interleaved || !frame;
     place.chromaField = chromaInterleaved || !frame;
     return true;
+}
+
+// The form of an intra block; bit `lowBit` of the mask decides whether it takes the low one.
+inline BlockForm formOf(const SliceWorker *worker, int32_t block, int32_t lowBit) {
+    if (blockBit(worker->dcOnlyBlockMask, block)) return BlockForm::single;
+    return blockBit(worker->lowBlockMask, lowBit) ? BlockForm::low : BlockForm::full;
 }
 
 inline int16_t *intraBlock(SliceWorker *worker, int32_t i) {
